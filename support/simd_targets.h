@@ -1,0 +1,47 @@
+// The Highway targets that every kernel file is compiled for. Include before any Highway header.
+//
+// A kernel file has this shape (the file names itself in HWY_TARGET_INCLUDE):
+//
+//   #include "support/simd_targets.h"
+//   #undef HWY_TARGET_INCLUDE
+//   #define HWY_TARGET_INCLUDE "render/gray_kernels.cpp"
+//   #include "hwy/foreach_target.h"  // includes this file once a target
+//   #include "hwy/highway.h"
+//
+//   HWY_BEFORE_NAMESPACE();
+//   namespace vantro {
+//   namespace HWY_NAMESPACE {
+//   namespace {
+//   namespace hn = hwy::HWY_NAMESPACE;
+//   void AddRow(const uint8_t* src, uint8_t* dst, int width) { ... }
+//   }  // namespace
+//   }  // namespace HWY_NAMESPACE
+//   }  // namespace vantro
+//   HWY_AFTER_NAMESPACE();
+//
+//   #if HWY_ONCE
+//   #include "support/simd_dispatch.h"
+//   namespace vantro {
+//   VANTRO_KERNEL_TABLE(AddRow);
+//   void AddRow(const uint8_t* src, uint8_t* dst, int width) {
+//     VANTRO_KERNEL(AddRow)(src, dst, width);
+//   }
+//   }  // namespace vantro
+//   #endif
+//
+// Everything compiled for a higher level stays in the target's anonymous namespace; anything else
+// that such a kernel needs (standard headers included) is included above HWY_BEFORE_NAMESPACE, so
+// that no inline function built for a wider processor can replace a baseline one at link time.
+// Kernels never use fused multiply-add on floats: it would give other bits than separate rounding.
+#ifndef VANTRO_SUPPORT_SIMD_TARGETS_H_
+#define VANTRO_SUPPORT_SIMD_TARGETS_H_
+
+#if defined(__x86_64__)
+// Levels: baseline (Highway's portable EMU128), SSE4, AVX2, AVX-512.
+#define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_AVX3_DL)
+#else
+#define HWY_DISABLED_TARGETS \
+  (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_EMU128 | HWY_SCALAR)
+#endif
+
+#endif  // VANTRO_SUPPORT_SIMD_TARGETS_H_
