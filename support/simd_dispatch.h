@@ -7,8 +7,8 @@
 
 #if defined(__x86_64__)
 #define VANTRO_KERNEL_TABLE(kernel)                                                      \
-  static constexpr decltype(&N_EMU128::kernel) kernel##Table[vantro::kSimdLevelCount] = { \
-      &N_EMU128::kernel, &N_SSE4::kernel, &N_AVX2::kernel, &N_AVX3::kernel}
+  static constexpr decltype(&N_SCALAR::kernel) kernel##Table[vantro::kSimdLevelCount] = { \
+      &N_SCALAR::kernel, &N_SSE4::kernel, &N_AVX2::kernel, &N_AVX3::kernel}
 #else
 #define VANTRO_KERNEL_TABLE(kernel)                                                    \
   static constexpr decltype(&N_NEON::kernel) kernel##Table[vantro::kSimdLevelCount] = { \

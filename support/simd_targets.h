@@ -37,7 +37,12 @@
 #define VANTRO_SUPPORT_SIMD_TARGETS_H_
 
 #if defined(__x86_64__)
-// Levels: baseline (Highway's portable EMU128), SSE4, AVX2, AVX-512.
+// Levels: baseline, SSE4, AVX2, AVX-512. At the baseline Highway has one-lane vectors only
+// (HWY_SCALAR: its 16-byte emulation meets a vectoriser bug of gcc before 12.3, and Debian's is
+// 12.2), without shuffles and the like. A kernel guards its vector part by
+// "#if HWY_TARGET != HWY_SCALAR" and leaves the rest to the plain loop, which finishes the row at
+// the other levels too.
+#define HWY_BROKEN_EMU128 1
 #define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_AVX3_DL)
 #else
 #define HWY_DISABLED_TARGETS \
