@@ -1,0 +1,91 @@
+// Bilinear resizers of one byte channel: one core, with the summing rule, the rounding and the log
+// lines of each entry point.
+
+#include "image/bilinear_tables.h"
+#include "image/channel_resize_kernels.h"
+#include "support/log.h"
+#include "vantro/image.h"
+
+namespace vantro {
+namespace {
+
+// Where the failures of one entry point are logged.
+struct LogSite {
+  const char* tag;
+  const char* label;
+  int input_line;
+  int malloc_line;
+};
+
+struct ChannelSizes {
+  int src_width;
+  int src_stride;  // elements
+  int src_height;
+  int dst_width;
+  int dst_height;
+};
+
+// False for sizes that leave nothing to read or to write.
+bool Drawable(const ChannelSizes& sizes, int step) {
+  return sizes.src_width >= 1 && sizes.src_height >= 1 && sizes.src_stride >= sizes.src_width &&
+         sizes.dst_width >= 1 && sizes.dst_height >= 1 && step >= 1;
+}
+
+void Resize(const LogSite& site, const unsigned char* src, unsigned char* dst,
+            const ChannelSizes& sizes, int src_step, int dst_step, BilinearRule rule) {
+  if (src == nullptr || dst == nullptr) {
+    VANTRO_LOGE(site.tag, "%s %d input error!", site.label, site.input_line);
+    return;
+  }
+  if (!Drawable(sizes, src_step)) return;
+  BilinearTables tables;
+  if (!tables.Allocate(sizes.dst_width, sizes.dst_height)) {
+    VANTRO_LOGE(site.tag, "%s %d malloc error!", site.label, site.malloc_line);
+    return;
+  }
+  tables.Fill(sizes.src_width, sizes.src_height);
+  const int64_t step = src_step;
+  ResizeChannel({src, step, step * sizes.src_stride, step * (sizes.src_width - 1) + 1}, tables,
+                rule, dst, sizes.dst_width, sizes.dst_height, dst_step);
+}
+
+}  // namespace
+}  // namespace vantro
+
+void ResizeUchar(const unsigned char* src, unsigned char* dst, int srcW, int srcH, int dstW,
+                 int dstH) {
+  vantro::Resize({vantro::kTagVideo, "Resize", 581, 595}, src, dst, {srcW, srcW, srcH, dstW, dstH},
+                 1, 1, {vantro::BilinearSum::kGrouped, 0.5f});
+}
+
+extern "C" void vantro_c::ResizeUchar(const unsigned char* src, unsigned char* dst, int srcW,
+                                      int srcH, int dstW, int dstH) {
+  vantro::Resize({vantro::kTagPlain, "ResizeUchar", 239, 253}, src, dst,
+                 {srcW, srcW, srcH, dstW, dstH}, 1, 1, {vantro::BilinearSum::kInOrder, 0.5f});
+}
+
+void ResizeUcharChl(const unsigned char* src, unsigned char* dst, int srcW, int srcStride, int srcH,
+                    int dstW, int dstH, int step) {
+  VANTRO_LOGI(vantro::kTagVideo, "%s Plimra_Process_ResizeUcharChlY_begin ", "ResizeUcharChl");
+  vantro::Resize({vantro::kTagVideo, "ResizeUcharChl", 781, 795}, src, dst,
+                 {srcW, srcStride, srcH, dstW, dstH}, step, step,
+                 {vantro::BilinearSum::kInOrder, 0.0f});
+}
+
+void ResizeUYVYtoYChl(const unsigned char* src, unsigned char* dst, int srcW, int srcStride,
+                      int srcH, int dstW, int dstH, int step) {
+  vantro::Resize({vantro::kTagVideo, "ResizeUYVYtoYChl", 402, 416}, src, dst,
+                 {srcW, srcStride, srcH, dstW, dstH}, step, 1,
+                 {vantro::BilinearSum::kInOrder, 0.5f});
+}
+
+void ResizeUYVYtoY(const unsigned char* src, unsigned char* dst, int srcW, int srcStride, int srcH,
+                   int dstW, int dstH) {
+  // A null frame stays null, so that it is refused below.
+  ResizeUYVYtoYChl(src == nullptr ? nullptr : src + 1, dst, srcW, srcStride, srcH, dstW, dstH, 2);
+}
+
+void ResizeNV12toY(const unsigned char* src, unsigned char* dst, int srcW, int srcStride, int srcH,
+                   int dstW, int dstH) {
+  ResizeUYVYtoYChl(src, dst, srcW, srcStride, srcH, dstW, dstH, 1);
+}
