@@ -6,11 +6,11 @@
 #include "support/simd_level.h"
 
 #if defined(__x86_64__)
-#define VANTRO_KERNEL_TABLE(kernel)                                                      \
+#define VANTRO_KERNEL_TABLE(kernel)                                                       \
   static constexpr decltype(&N_SCALAR::kernel) kernel##Table[vantro::kSimdLevelCount] = { \
       &N_SCALAR::kernel, &N_SSE4::kernel, &N_AVX2::kernel, &N_AVX3::kernel}
 #else
-#define VANTRO_KERNEL_TABLE(kernel)                                                    \
+#define VANTRO_KERNEL_TABLE(kernel)                                                     \
   static constexpr decltype(&N_NEON::kernel) kernel##Table[vantro::kSimdLevelCount] = { \
       &N_NEON::kernel, &N_NEON::kernel, &N_NEON::kernel, &N_NEON::kernel}
 #endif

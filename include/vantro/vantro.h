@@ -143,6 +143,25 @@ VANTRO_API int32_t Vantro_Process(void* handle, Vantro_t* kc_para, VantroResult*
  */
 VANTRO_API int32_t Vantro_Deinit(void** handle);
 
+/*
+ * Opens a photo handle. As Vantro_Init, without the worker thread: pictures are segmented on the
+ * caller's thread.
+ */
+VANTRO_API int32_t VantroPhoto_Init(void** handle_kc, const char* xml_name, MemPool* pool);
+
+/*
+ * Renders one picture in place in `yuv`, over its whole area whatever `rect` says. Pictures are
+ * independent of each other. `result` may be null; its fields are set to -1 once the picture has
+ * been segmented.
+ *
+ * Returns 0; -2001 when the handle or the record is refused (`last_yuv` must be null); -1 when the
+ * engine failed. After a failure the picture is unchanged.
+ */
+VANTRO_API int32_t VantroPhoto_Process(void* handle, Vantro_t* kc_para, VantroResult* result);
+
+/* Closes a photo handle and sets *handle to null. Returns 0, also for a null handle. */
+VANTRO_API int32_t VantroPhoto_Deinit(void** handle);
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif

@@ -20,8 +20,7 @@ GuardedBuffer::GuardedBuffer(size_t size) : size_(size) {
   const size_t page = PageSize();
   const size_t inner = (size + page - 1) / page * page + page;
   mapped_size_ = inner + 2 * page;
-  void* mapping =
-      mmap(nullptr, mapped_size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  void* mapping = mmap(nullptr, mapped_size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mapping == MAP_FAILED) throw std::bad_alloc();
   mapping_ = static_cast<uint8_t*>(mapping);
   if (mprotect(mapping_ + page, inner, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();

@@ -51,8 +51,8 @@ class TrackingPool {
     const std::lock_guard lock(self.mutex_);
     EXPECT_EQ(zero, 0);
     const int index = self.allocations_++;
-    if (index == self.fail_at_ ||
-        (self.fail_rest_ && self.fail_at_ >= 0 && index > self.fail_at_)) return nullptr;
+    if (index == self.fail_at_ || (self.fail_rest_ && self.fail_at_ >= 0 && index > self.fail_at_))
+      return nullptr;
     void* block = std::malloc(size == 0 ? 1 : size);
     std::memset(block, 0xA5, size);  // blocks are not assumed to be zeroed
     self.live_[block] = {name, size};
