@@ -1,0 +1,214 @@
+// Every failure point of a pool's creation: the lines in their order, the out-count, and nothing
+// left behind. The system calls are replaced at link time.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <semaphore.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cerrno>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "tests/support/log_capture.h"
+#include "vantro/thread.h"
+
+namespace {
+
+enum Call { kMalloc, kSemInit, kThreadCreate, kAttrInit, kAttrDestroy, kCallKinds };
+
+// Armed only inside a creation, on the thread that creates.
+thread_local bool armed = false;
+thread_local int calls[kCallKinds] = {};
+thread_local std::vector<std::pair<Call, int>>* failures = nullptr;
+thread_local std::vector<void*>* blocks = nullptr;
+std::atomic<int> semaphores{0};
+int live_attributes = 0;
+
+bool Fails(Call call) {
+  if (!armed) return false;
+  const int number = calls[call]++;
+  for (const auto& [kind, at] : *failures) {
+    if (kind == call && at == number) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+extern "C" {
+void* __real_malloc(size_t size);
+void __real_free(void* block);
+int __real_sem_init(sem_t* semaphore, int shared, unsigned value);
+int __real_sem_destroy(sem_t* semaphore);
+int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attr, void* (*body)(void*),
+                          void* argument);
+int __real_pthread_attr_init(pthread_attr_t* attr);
+int __real_pthread_attr_destroy(pthread_attr_t* attr);
+
+void* __wrap_malloc(size_t size) {
+  if (Fails(kMalloc)) return nullptr;
+  void* block = __real_malloc(size);
+  if (armed) {
+    armed = false;
+    blocks->push_back(block);
+    armed = true;
+  }
+  return block;
+}
+void __wrap_free(void* block) {
+  if (armed) std::erase(*blocks, block);
+  __real_free(block);
+}
+int __wrap_sem_init(sem_t* semaphore, int shared, unsigned value) {
+  if (Fails(kSemInit)) return -1;
+  ++semaphores;
+  return __real_sem_init(semaphore, shared, value);
+}
+int __wrap_sem_destroy(sem_t* semaphore) {
+  --semaphores;
+  return __real_sem_destroy(semaphore);
+}
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attr, void* (*body)(void*),
+                          void* argument) {
+  if (Fails(kThreadCreate)) return EAGAIN;
+  return __real_pthread_create(thread, attr, body, argument);
+}
+int __wrap_pthread_attr_init(pthread_attr_t* attr) {
+  if (Fails(kAttrInit)) return ENOMEM;
+  ++live_attributes;
+  return __real_pthread_attr_init(attr);
+}
+int __wrap_pthread_attr_destroy(pthread_attr_t* attr) {
+  --live_attributes;
+  const int result = __real_pthread_attr_destroy(attr);
+  return Fails(kAttrDestroy) ? EINVAL : result;
+}
+}  // extern "C"
+
+namespace vantro::test {
+namespace {
+
+constexpr char kTag[] = "QZA_MVANTRO";
+constexpr int32_t kThreads = 3;
+constexpr MThreadAttr kUnpinned = {-1, 0, "failing"};
+
+size_t CountThreads() {
+  size_t count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+    count += entry.exists() ? 1u : 0u;
+  }
+  return count;
+}
+
+// A joined thread may stay in the list for a moment.
+bool ThreadsComeDownTo(size_t count) {
+  for (int i = 0; i < 1000 && CountThreads() > count; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return CountThreads() == count;
+}
+
+struct Failure {
+  std::vector<std::pair<Call, int>> at;
+  std::vector<std::string> errors;  // before the closing line
+};
+
+TEST(ThreadFailure, EveryFailurePointLeavesNothingBehind) {
+  const std::string array_size = std::to_string(kThreads * sizeof(MThreadUnit));
+  const char not_enough[] = "Not Enough Thread Created!";
+  const char attr_left[] = "Failed to Destroy Thread Attr!";
+  const Failure failures_to_try[] = {
+      {{{kAttrInit, 0}}, {"Failed to Init Thread attribute."}},
+      {{{kMalloc, 0}}, {"Failed to Allocate Memory of " + array_size + " for 3 threads!"}},
+      {{{kMalloc, 0}, {kAttrDestroy, 0}},
+       {"Failed to Allocate Memory of " + array_size + " for 3 threads!", attr_left}},
+      {{{kSemInit, 0}}, {"Failed to init start_sem of thread 0", not_enough}},
+      {{{kSemInit, 3}}, {"Failed to init end_sem of thread 1", not_enough}},
+      {{{kSemInit, 4}, {kAttrDestroy, 0}},
+       {"Failed to init start_sem of thread 2", not_enough, attr_left}},
+      {{{kThreadCreate, 0}}, {"Failed to Create Thread 0!", not_enough}},
+      {{{kThreadCreate, 1}}, {"Failed to Create Thread 1!", not_enough}},
+      {{{kSemInit, 0}, {kSemInit, 2}, {kThreadCreate, 0}},
+       {"Failed to init start_sem of thread 0", "Failed to init end_sem of thread 1",
+        "Failed to Create Thread 2!", not_enough}},
+      {{{kMalloc, 1}},
+       {"Failed to Allocate Memory of " + std::to_string(sizeof(MThreadPool)) + "!"}},
+  };
+  std::thread([] {}).join();  // the thread sanitizer starts a helper with the first thread
+  const size_t threads_before = CountThreads();
+  for (Failure failure : failures_to_try) {
+    SCOPED_TRACE(failure.errors.front());
+    std::vector<void*> taken;
+    taken.reserve(8);
+    failures = &failure.at;
+    blocks = &taken;
+    std::fill_n(calls, static_cast<int>(kCallKinds), 0);
+    const LogCapture log;
+    int32_t made = -77;
+    armed = true;
+    MThreadPool* pool = MThread_Create(kThreads, &kUnpinned, &made);
+    armed = false;
+    EXPECT_EQ(pool, nullptr);
+    EXPECT_EQ(made, 1);
+    std::vector<LogLine> expected;
+    for (const std::string& text : failure.errors) expected.push_back({6, kTag, text});
+    expected.push_back({3, kTag, "0 / 3 threads Created for (nil)."});
+    EXPECT_EQ(log.lines(), expected);
+    EXPECT_TRUE(taken.empty()) << "a block was not released";
+    EXPECT_EQ(semaphores, 0);
+    EXPECT_EQ(live_attributes, 0);
+    EXPECT_TRUE(ThreadsComeDownTo(threads_before));
+  }
+}
+
+TEST(ThreadFailure, AnAttributeThatStaysDoesNotCostThePool) {
+  std::vector<std::pair<Call, int>> at = {{kAttrDestroy, 0}};
+  std::vector<void*> taken;
+  taken.reserve(8);
+  failures = &at;
+  blocks = &taken;
+  std::fill_n(calls, static_cast<int>(kCallKinds), 0);
+  const LogCapture log;
+  int32_t made = -77;
+  armed = true;
+  MThreadPool* pool = MThread_Create(kThreads, &kUnpinned, &made);
+  armed = false;
+  ASSERT_NE(pool, nullptr);
+  EXPECT_EQ(made, kThreads);
+  EXPECT_THAT(log.lines(), testing::ElementsAre(LogLine{6, kTag, "Failed to Destroy Thread Attr!"},
+                                                testing::Field(&LogLine::level, 3)));
+  MThread_Destroy(pool);
+  EXPECT_EQ(semaphores, 0);
+}
+
+TEST(ThreadFailure, CountsWhoseRecordsPassTwoGigabytesAreRefused) {
+  // 104-byte records: sizes that come out negative, positive and zero in 32 bits.
+  for (const int64_t count : {int64_t{0x7FFFFFFF}, INT64_C(0x80000000) / 104 + 1,
+                              INT64_C(0x100000000) / 104 + 1, INT64_C(0x20000000)}) {
+    const auto wrapped = static_cast<int32_t>(
+        static_cast<uint32_t>(static_cast<uint64_t>(count) * sizeof(MThreadUnit)));
+    const LogCapture log;
+    int32_t made = -77;
+    EXPECT_EQ(MThread_Create(static_cast<int32_t>(count), &kUnpinned, &made), nullptr);
+    EXPECT_EQ(made, 1);
+    const std::string number = std::to_string(count);
+    const std::string size = std::to_string(wrapped);
+    EXPECT_THAT(
+        log.lines(),
+        testing::ElementsAre(
+            LogLine{5, kTag, "the memory size " + size + " you want to malloced is negative!!"},
+            LogLine{6, kTag,
+                    "Failed to Allocate Memory of " + size + " for " + number + " threads!"},
+            LogLine{3, kTag, "0 / " + number + " threads Created for (nil)."}));
+  }
+}
+
+}  // namespace
+}  // namespace vantro::test

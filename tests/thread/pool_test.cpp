@@ -1,0 +1,270 @@
+// Handing over, waiting, the state of the slots, and pools or ranges that do not exist.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <limits>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "tests/support/log_capture.h"
+#include "vantro/thread.h"
+
+namespace vantro::test {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr MThreadAttr kUnpinned = {-1, 0, nullptr};
+
+// A pool that every test path destroys.
+class Pool {
+ public:
+  explicit Pool(int32_t count) : pool_(MThread_Create(count, &kUnpinned, nullptr)) {}
+  ~Pool() { MThread_Destroy(pool_); }
+  Pool(const Pool&) = delete;
+  Pool& operator=(const Pool&) = delete;
+  operator MThreadPool*() { return pool_; }
+  MThreadPool* operator->() { return pool_; }
+
+ private:
+  MThreadPool* pool_;
+};
+
+// Notes who ran it. Not guarded: the pool's hand-over alone orders the accesses.
+struct Note {
+  std::vector<int32_t> indices;
+  std::vector<pthread_t> threads;
+};
+
+int32_t TakeNote(void* argument, int32_t index) {
+  auto* note = static_cast<Note*>(argument);
+  note->indices.push_back(index);
+  note->threads.push_back(pthread_self());
+  return index * 10;
+}
+
+// A task that stays until it is let go.
+struct Gate {
+  std::atomic<int> entered{0};
+  std::atomic<bool> open{false};
+  std::atomic<int> left{0};
+};
+
+int32_t WaitAtGate(void* argument, int32_t) {
+  auto* gate = static_cast<Gate*>(argument);
+  gate->entered.fetch_add(1);
+  while (!gate->open) std::this_thread::yield();
+  gate->left.fetch_add(1);
+  return 0;
+}
+
+// True when `call` does not return before the gate opens, and then does.
+bool WaitsForGate(Gate& gate, const std::function<void()>& call) {
+  std::atomic<bool> returned{false};
+  std::thread caller([&] {
+    call();
+    returned = true;
+  });
+  std::this_thread::sleep_for(milliseconds(30));
+  const bool waited = !returned && gate.left == 0;
+  gate.open = true;
+  caller.join();
+  return waited;
+}
+
+TEST(ThreadPool, RunsEachTaskOnItsOwnThreadAndClearsTheSlot) {
+  Pool pool(3);
+  ASSERT_NE(static_cast<MThreadPool*>(pool), nullptr);
+  Note notes[3];
+  for (int32_t i = 2; i >= 0; --i) EXPECT_EQ(MThread_Boot(pool, i, TakeNote, &notes[i]), 0);
+  for (int32_t i = 0; i < 3; ++i) {
+    MThread_Clean(pool, i);
+    EXPECT_THAT(notes[i].indices, testing::ElementsAre(i));
+    EXPECT_TRUE(pthread_equal(notes[i].threads[0], pool->threads[i].thread));
+    EXPECT_EQ(pool->threads[i].task_func, nullptr);
+    EXPECT_EQ(pool->threads[i].task_arg, nullptr);
+    int free_slots = 0;
+    sem_getvalue(&pool->threads[i].end_sem, &free_slots);
+    EXPECT_EQ(free_slots, 1);
+  }
+  MThread_Clean(pool, 1);  // idle: returns at once
+}
+
+TEST(ThreadPool, ASecondDispatchWaitsForTheFirstTask) {
+  Pool pool(1);
+  Gate gate;
+  Note note;
+  MThread_Boot(pool, 0, WaitAtGate, &gate);
+  EXPECT_TRUE(WaitsForGate(gate, [&] { MThread_Boot(pool, 0, TakeNote, &note); }));
+  MThread_Clean(pool, 0);
+  EXPECT_EQ(gate.left, 1);
+  EXPECT_EQ(note.indices.size(), 1u);
+}
+
+TEST(ThreadPool, WaitsDestructionAndFlagChangeOutlastTheRunningTask) {
+  const std::pair<const char*, std::function<void(MThreadPool*)>> calls[] = {
+      {"Clean", [](MThreadPool* pool) { MThread_Clean(pool, 1); }},
+      {"Sync", [](MThreadPool* pool) { MThread_Sync(pool, 0, 2); }},
+      {"ChangeBindCoreFlag", [](MThreadPool* pool) { MThread_ChangeBindCoreFlag(pool, 2); }},
+      {"Destroy", [](MThreadPool* pool) { MThread_Destroy(pool); }}};
+  for (const auto& [name, call] : calls) {
+    MThreadPool* pool = MThread_Create(2, &kUnpinned, nullptr);
+    Gate gate;
+    MThread_Boot(pool, 1, WaitAtGate, &gate);
+    EXPECT_TRUE(WaitsForGate(gate, [&] { call(pool); })) << name;
+    EXPECT_EQ(gate.left, 1) << name;
+    if (std::string(name) == "ChangeBindCoreFlag") {
+      EXPECT_EQ(pool->threads[0].bind_core_flag, 2);
+      EXPECT_EQ(pool->threads[1].bind_core_flag, 2);
+      // The task has run and nobody has collected it: it stays in the slot.
+      EXPECT_EQ(pool->threads[1].task_func, &WaitAtGate);
+    }
+    if (std::string(name) != "Destroy") MThread_Destroy(pool);
+  }
+}
+
+TEST(ThreadPool, RunSyncAndFinishCoverTheirRangeOnly) {
+  Pool pool(4);
+  std::atomic<uint32_t> ran{0};
+  const auto mark = [](void* argument, int32_t index) -> int32_t {
+    static_cast<std::atomic<uint32_t>*>(argument)->fetch_add(1u << (8 * index));
+    return 0;
+  };
+  MThread_Run(pool, 1, 2, mark, &ran);
+  MThread_Sync(pool, 1, 2);
+  EXPECT_EQ(ran, 0x00010100u);
+  MThread_Finish(pool, 0, 4, mark, &ran);
+  EXPECT_EQ(ran, 0x01020201u);
+  EXPECT_EQ(MThread_Boot(pool, 3, nullptr, nullptr), 0);  // a slot without a task
+  MThread_Clean(pool, 3);
+}
+
+TEST(ThreadPool, RangesOutsideThePoolRunNothing) {
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+  constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+  Pool pool(2);
+  Note note;
+  for (const int32_t index : {-1, 2, kMax, kMin}) {
+    EXPECT_EQ(MThread_Boot(pool, index, TakeNote, &note), -1);
+    MThread_Clean(pool, index);
+  }
+  const std::pair<int32_t, int32_t> ranges[] = {
+      {0, 3}, {1, 2}, {-1, 2}, {2, 1}, {0, 0}, {0, kMin}, {1, kMax}, {kMax, kMax}, {kMin, 2}};
+  for (const auto& [first, number] : ranges) {
+    MThread_Run(pool, first, number, TakeNote, &note);
+    MThread_Sync(pool, first, number);
+    MThread_Finish(pool, first, number, TakeNote, &note);
+  }
+  MThreadPool empty = {nullptr, 3};
+  EXPECT_EQ(MThread_Boot(&empty, 0, TakeNote, &note), -1);
+  MThread_Sync(&empty, 0, 1);
+  EXPECT_TRUE(note.indices.empty());
+}
+
+TEST(ThreadPool, WithoutAPoolTasksRunInTheCaller) {
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+  Note note;
+  EXPECT_EQ(MThread_Boot(nullptr, -7, TakeNote, &note), -70);
+  MThread_Run(nullptr, 5, 2, TakeNote, &note);
+  MThread_Finish(
+      nullptr, kMax - 1, 2,
+      [](void* argument, int32_t index) -> int32_t {
+        static_cast<Note*>(argument)->indices.push_back(index);
+        return 0;
+      },
+      &note);
+  EXPECT_THAT(note.indices, testing::ElementsAre(-7, 5, 6, kMax - 1, kMax));
+  MThread_Run(nullptr, 5, 0, TakeNote, &note);
+  MThread_Finish(nullptr, 5, -3, TakeNote, &note);
+  MThread_Run(nullptr, kMax, 2, TakeNote, &note);  // the second index does not exist
+  EXPECT_EQ(MThread_Boot(nullptr, 0, nullptr, &note), -1);
+  MThread_Clean(nullptr, 0);
+  MThread_Sync(nullptr, 0, 4);
+  EXPECT_EQ(note.indices.size(), 5u);
+  for (const pthread_t thread : note.threads) EXPECT_TRUE(pthread_equal(thread, pthread_self()));
+}
+
+TEST(ThreadPool, PoolsWithoutThreadsAreReportedAndReleased) {
+  const LogCapture log;
+  MThread_Destroy(nullptr);
+  MThread_ChangeBindCoreFlag(nullptr, 1);
+  MThreadUnit untouched{};
+  MThreadPool no_records = {nullptr, 2};
+  MThreadPool no_threads = {&untouched, 0};
+  MThread_ChangeBindCoreFlag(&no_records, 1);
+  MThread_ChangeBindCoreFlag(&no_threads, 1);
+  auto* heap_pool = static_cast<MThreadPool*>(std::malloc(sizeof(MThreadPool)));
+  *heap_pool = {nullptr, -4};
+  MThread_Destroy(heap_pool);
+  EXPECT_EQ(untouched.bind_core_flag, 0);
+  const char tag[] = "QZA_MVANTRO";
+  EXPECT_THAT(log.lines(),
+              testing::ElementsAre(LogLine{6, tag, "NULL Pointer of Thread Pool."},
+                                   LogLine{6, tag, "NULL Pointer of Thread Pool."},
+                                   LogLine{6, tag, "NULL Pointer / Threads (2) of Thread Pool."},
+                                   LogLine{6, tag, "NULL Pointer / Threads (0) of Thread Pool."},
+                                   LogLine{6, tag, "NULL Pointer / Threads (-4) of Thread Pool."}));
+}
+
+// The hand-over must order plain memory: the thread sanitizer watches this one.
+TEST(ThreadPool, ManyHandoversLoseNothing) {
+  Pool pool(2);
+  int64_t sums[2] = {0, 0};
+  int32_t value = 0;
+  struct Job {
+    int64_t* sums;
+    int32_t* value;
+  } job = {sums, &value};
+  const auto add = [](void* argument, int32_t index) -> int32_t {
+    auto* work = static_cast<Job*>(argument);
+    work->sums[index] += *work->value;
+    return 0;
+  };
+  constexpr int32_t kRounds = 3000;
+  for (value = 1; value <= kRounds; ++value) MThread_Finish(pool, 0, 2, add, &job);
+  EXPECT_EQ(sums[0], int64_t{kRounds} * (kRounds + 1) / 2);
+  EXPECT_EQ(sums[1], sums[0]);
+}
+
+TEST(ThreadPool, SignalsDoNotEndAWait) {
+  struct sigaction ignore_it = {};
+  struct sigaction before = {};
+  ignore_it.sa_handler = [](int) {};  // without SA_RESTART: waits are interrupted
+  sigaction(SIGUSR1, &ignore_it, &before);
+  {
+    Pool pool(1);
+    Gate gate;
+    MThread_Boot(pool, 0, WaitAtGate, &gate);
+    std::atomic<bool> done{false};
+    std::thread caller([&] {
+      MThread_Clean(pool, 0);
+      done = true;
+    });
+    for (int i = 0; i < 20; ++i) {
+      pthread_kill(caller.native_handle(), SIGUSR1);
+      std::this_thread::sleep_for(milliseconds(1));
+    }
+    EXPECT_FALSE(done);
+    gate.open = true;
+    caller.join();
+    for (int i = 0; i < 20; ++i) {  // the idle worker, too
+      pthread_kill(pool->threads[0].thread, SIGUSR1);
+      std::this_thread::sleep_for(milliseconds(1));
+    }
+    int free_slots = 0;
+    sem_getvalue(&pool->threads[0].end_sem, &free_slots);
+    EXPECT_EQ(free_slots, 1);
+  }
+  sigaction(SIGUSR1, &before, nullptr);
+}
+
+}  // namespace
+}  // namespace vantro::test
