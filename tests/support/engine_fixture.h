@@ -1,0 +1,52 @@
+// Tests of handles: the scripted engine is loaded, its script and the properties start fresh, and
+// afterwards no thread is left.
+#ifndef VANTRO_TESTS_SUPPORT_ENGINE_FIXTURE_H_
+#define VANTRO_TESTS_SUPPORT_ENGINE_FIXTURE_H_
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <iterator>
+
+#include "tests/scripted_engine/scripted_engine.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/tracking_pool.h"
+
+namespace vantro::test {
+
+inline int ThreadCount() {
+  const std::filesystem::directory_iterator tasks("/proc/self/task");
+  return static_cast<int>(std::distance(begin(tasks), end(tasks)));
+}
+
+class EngineFixture : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    engine_ = dlopen(VANTRO_SCRIPTED_ENGINE, RTLD_NOW);
+    ASSERT_NE(engine_, nullptr) << dlerror();
+    script_ = reinterpret_cast<EngineScript* (*)()>(dlsym(engine_, "Plimra_Script"))();
+    *script_ = EngineScript();
+    Properties().clear();
+    threads_before_ = ThreadCount();
+  }
+  void TearDown() override {
+    EXPECT_EQ(ThreadCount(), threads_before_);
+    EXPECT_EQ(script_->alive, 0) << "engines not destroyed";
+    *script_ = EngineScript();
+    dlclose(engine_);
+  }
+  EngineScript& script() { return *script_; }
+
+  TrackingPool pool_;
+  LogCapture log_;
+
+ private:
+  void* engine_ = nullptr;
+  EngineScript* script_ = nullptr;
+  int threads_before_ = 0;
+};
+
+}  // namespace vantro::test
+
+#endif  // VANTRO_TESTS_SUPPORT_ENGINE_FIXTURE_H_
