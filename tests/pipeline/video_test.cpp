@@ -1,0 +1,425 @@
+// Vantro_Process: random sequences against a plain, single-threaded telling of the same road, and
+// the corners of the handle's state.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "tests/support/engine_fixture.h"
+#include "vantro/algo_context.h"
+#include "vantro/mask.h"
+#include "vantro/motion.h"
+#include "vantro/render.h"
+#include "vantro/vantro.h"
+
+namespace vantro::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+constexpr int kMaskW = 40;
+constexpr int kMaskH = 30;
+
+size_t FrameSize(const Vantro_t& frame) {
+  const size_t luma = static_cast<size_t>(frame.stride) * static_cast<size_t>(frame.height);
+  if (frame.yuv_format == 4) return luma * 2;
+  return luma + static_cast<size_t>(frame.stride) * static_cast<size_t>(frame.height / 2);
+}
+
+// A segmentation that depends on every byte of the frame and on every argument, so that a wrong
+// frame, a wrong geometry or a wrong buffer shows in the picture.
+int32_t Segment(const SegmentCall& call) {
+  Vantro_t described = {};
+  described.stride = call.stride;
+  described.height = call.height;
+  described.yuv_format = call.yuv_format;
+  uint32_t seed = static_cast<uint32_t>(call.width * 31 + call.seg_param_a * 7 +
+                                        call.seg_param_b * 3 + call.seg_mode);
+  for (size_t i = 0; i < FrameSize(described); ++i) seed = seed * 16777619u ^ call.frame[i];
+  std::mt19937 random(seed);
+  const uint32_t kind = random() % 8;
+  if (kind == 0) return -5;  // a failed segmentation leaves everything as it was
+  call.seg_output[0] = 1;
+  CROP_BOX& box = *call.box_vantro;
+  const int w = call.width;
+  const int h = call.height;
+  box.crop_left = static_cast<int32_t>(random() % static_cast<uint32_t>(w / 2));
+  box.crop_top = static_cast<int32_t>(random() % static_cast<uint32_t>(h / 2));
+  box.crop_right = box.crop_left + static_cast<int32_t>(random() % static_cast<uint32_t>(w / 2));
+  box.crop_bottom = box.crop_top + static_cast<int32_t>(random() % static_cast<uint32_t>(h / 2));
+  if (kind == 1) box.crop_right = w + 3;  // outside the frame
+  *call.box = {box.crop_top, box.crop_bottom, box.crop_left, box.crop_right, call.box->box_mode};
+  std::memset(call.mask_out, 0, kMaskW * kMaskH);
+  if (kind == 2) return 0;  // nobody in the picture
+  // A few blocks, some of them below the region filter's limit, and values that are not 0 or 1.
+  for (int block = 0; block < 4; ++block) {
+    const int bw = 1 + static_cast<int>(random() % 20);
+    const int bh = 1 + static_cast<int>(random() % 15);
+    const int x = static_cast<int>(random() % static_cast<uint32_t>(kMaskW - bw));
+    const int y = static_cast<int>(random() % static_cast<uint32_t>(kMaskH - bh));
+    const uint8_t value = block == 3 ? 9 : 1;
+    for (int row = 0; row < bh; ++row) {
+      std::memset(call.mask_out + (y + row) * kMaskW + x, value, static_cast<size_t>(bw));
+    }
+  }
+  return 0;
+}
+
+// The road of a frame without threads: segmentation happens where its result is first needed.
+class VideoModel {
+ public:
+  explicit VideoModel(MemPool* pool) : pool_(pool) {
+    ParamBlock params = {};
+    params.tuning.area_ratio = 0.005f;
+    algo_ = BuildAlgoCxt(&params, pool);
+    box_.box_mode = box_vantro_.box_mode = 2;
+  }
+  ~VideoModel() { pool_->free(algo_, "init_cxt", 0); }
+
+  // `last` is the model's own copy of the buffer behind the record's last_yuv.
+  void Feed(const Vantro_t& record, std::vector<uint8_t>& last) {
+    if (record.reset_flag == 1) {
+      index_ = 0;
+      algo_->roi_state = 0;
+    }
+    if (index_ >= 2) TakeMask();
+    ++index_;
+    Vantro_t frame = record;
+    frame.crop_param = box_vantro_;
+    const CROP_BOX engine_box = box_;
+    frame.mask = finished_.data();
+    frame.maskw = kMaskW;
+    frame.maskh = kMaskH;
+    if (index_ == 1) {
+      first_.assign(record.yuv, record.yuv + FrameSize(record));
+      pending_rect_ =
+          Rect_t{0, 0, record.height, record.width, pending_rect_.aux0, pending_rect_.aux1};
+      frame.rect = pending_rect_;
+      frame.last_yuv = last.data();
+      Grayeffect_firstframeIdx(algo_, frame);
+      RunSegmentation(record, first_.data());
+      TakeMask();
+      return;
+    }
+    frame.rect = finished_rect_;
+    frame.yuv = index_ == 2 ? first_.data() : last.data();
+    Render(record, frame, engine_box, last);
+    if (index_ == 2) std::copy(first_.begin(), first_.end(), last.begin());
+    pending_rect_ = EvenRect(record);
+    RunSegmentation(record, record.yuv);
+  }
+
+ private:
+  void TakeMask() {
+    std::swap(pending_, finished_);
+    finished_rect_ = pending_rect_;
+  }
+
+  void RunSegmentation(const Vantro_t& record, uint8_t* frame) {
+    Vantro_t copy = record;
+    Segment({frame, record.yuv_format, record.width, record.height, record.stride,
+             record.seg_param_a, pending_.data(), &box_, &box_vantro_, record.seg_param_b,
+             copy.seg_output, 0});
+  }
+
+  void Render(const Vantro_t& record, const Vantro_t& frame, const CROP_BOX& engine_box,
+              std::vector<uint8_t>& last) {
+    int flag = 4;
+    GetROI(algo_, frame, &flag);
+    if (flag != 3) {
+      move_[(index_ + 1) % 10] = 0;
+      flash_[index_ % 10] = 1;
+      area_[index_ % 10] = 0;
+      Grayeffect(algo_, frame);
+      return;
+    }
+    connectionFilter(algo_, finished_.data(), kMaskW, kMaskH, 5);
+    OpticalFlow flow = {record.yuv,
+                        last.data(),
+                        record.yuv_format,
+                        index_,
+                        record.height,
+                        record.width,
+                        record.stride,
+                        kMaskW,
+                        kMaskH,
+                        finished_.data(),
+                        flash_,
+                        move_,
+                        area_,
+                        frame.crop_param,
+                        engine_box};
+    GetFlashFlag(algo_, flow, &flag);
+    if (flag != 0) {
+      VantroObject(algo_, 0, 0, 0, frame);
+    } else {
+      Grayeffect(algo_, frame);
+    }
+  }
+
+  static Rect_t EvenRect(const Vantro_t& record) {
+    Rect_t r = record.rect;
+    if (r.x < 0 || r.y < 0 || r.width < 1 || r.height < 1 || r.x + r.width > record.width ||
+        r.y + r.height > record.height) {
+      r = {0, 0, record.height, record.width, r.aux0, r.aux1};
+    }
+    if (record.yuv_format == 0 || record.yuv_format == 4) {
+      r.x &= ~1;
+      r.width = (r.width + 1) & ~1;
+      if (r.x + r.width > record.width) (r.x >= 2 ? r.x : r.width) -= 2;
+    }
+    if (record.yuv_format == 0) {
+      r.y &= ~1;
+      r.height = (r.height + 1) & ~1;
+      if (r.y + r.height > record.height) (r.y >= 2 ? r.y : r.height) -= 2;
+    }
+    return r;
+  }
+
+  MemPool* pool_;
+  AlgoCxt* algo_ = nullptr;
+  int index_ = 0;
+  CROP_BOX box_ = {};
+  CROP_BOX box_vantro_ = {};
+  std::vector<uint8_t> pending_ = std::vector<uint8_t>(kMaskW * kMaskH, 0xA5);
+  std::vector<uint8_t> finished_ = std::vector<uint8_t>(kMaskW * kMaskH, 0xA5);
+  Rect_t pending_rect_ = {};
+  Rect_t finished_rect_ = {};
+  std::vector<uint8_t> first_;
+  int flash_[10] = {};
+  int move_[10] = {};
+  int area_[10] = {};
+};
+
+class Video : public EngineFixture {
+ protected:
+  void SetUp() override {
+    EngineFixture::SetUp();
+    script().mask_width = kMaskW;
+    script().mask_height = kMaskH;
+    ASSERT_EQ(Vantro_Init(&handle_, "", pool_.get()), 0);
+  }
+  void TearDown() override {
+    Vantro_Deinit(&handle_);
+    EngineFixture::TearDown();
+  }
+
+  static Vantro_t Record(uint8_t format, int width, int height, int stride) {
+    Vantro_t record = {};
+    record.yuv_format = format;
+    record.width = width;
+    record.height = height;
+    record.stride = stride;
+    record.rect = {0, 0, height, width, 0, 0};
+    return record;
+  }
+  std::vector<uint8_t> RandomFrame(const Vantro_t& record) {
+    std::vector<uint8_t> bytes(FrameSize(record));
+    for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random_());
+    return bytes;
+  }
+  int Random(int low, int high) { return std::uniform_int_distribution(low, high)(random_); }
+
+  // Calls Vantro_Process on a copy of the record and checks that the copy is left alone.
+  int32_t Process(Vantro_t record, std::vector<uint8_t>& yuv, std::vector<uint8_t>& last) {
+    record.yuv = yuv.data();
+    record.last_yuv = last.data();
+    const Vantro_t before = record;
+    const int32_t code = Vantro_Process(handle_, &record, &result_);
+    EXPECT_EQ(std::memcmp(&before, &record, sizeof(record)), 0);
+    return code;
+  }
+
+  void* handle_ = nullptr;
+  VantroResult result_ = {};
+  std::mt19937 random_{20190301};
+};
+
+TEST_F(Video, RandomSequencesMatchThePlainRoad) {
+  script().process = Segment;
+  for (const uint8_t format : {uint8_t{0}, uint8_t{1}, uint8_t{4}}) {
+    for (int sequence = 0; sequence < 12; ++sequence) {
+      SCOPED_TRACE(testing::Message() << "format " << int{format} << " sequence " << sequence);
+      const int width = 2 * Random(10, 60);
+      const int height = 2 * Random(10, 60);
+      Vantro_t record = Record(format, width, height, width + 2 * Random(0, 9));
+      record.reset_flag = 1;
+      // The rings outlive a reset, so handle and model start over together.
+      Vantro_Deinit(&handle_);
+      ASSERT_EQ(Vantro_Init(&handle_, "", pool_.get()), 0);
+      VideoModel model(pool_.get());
+      std::vector<uint8_t> last = RandomFrame(record);
+      for (int frame = 0; frame < 20; ++frame) {
+        record.reset_flag = frame == 0 || Random(0, 9) == 0 ? 1 : 0;
+        record.seg_param_a = Random(0, 3);
+        record.seg_param_b = Random(0, 3);
+        record.rect = {Random(-1, width),
+                       Random(-1, height),
+                       Random(0, height),
+                       Random(0, width),
+                       frame,
+                       -frame};
+        std::vector<uint8_t> yuv = RandomFrame(record);
+        std::vector<uint8_t> expected_last = last;
+        const std::vector<uint8_t> yuv_before = yuv;
+        ASSERT_EQ(Process(record, yuv, last), 0);
+        record.yuv = yuv.data();
+        model.Feed(record, expected_last);
+        ASSERT_TRUE(last == expected_last) << "frame " << frame;
+        ASSERT_TRUE(yuv == yuv_before) << "frame " << frame;
+        last.swap(yuv);  // the newest frame is rendered by the next call
+      }
+    }
+  }
+}
+
+TEST_F(Video, RefusesBadInputWithoutACount) {
+  Vantro_t record = Record(0, 8, 8, 8);
+  std::vector<uint8_t> yuv = RandomFrame(record);
+  std::vector<uint8_t> last = yuv;
+  record.yuv = yuv.data();
+  record.last_yuv = last.data();
+  const auto refused = [&](Vantro_t bad) {
+    return Vantro_Process(handle_, &bad, &result_) == -2001;
+  };
+  EXPECT_EQ(Vantro_Process(nullptr, &record, nullptr), -2001);
+  EXPECT_EQ(Vantro_Process(handle_, nullptr, nullptr), -2001);
+  Vantro_t bad = record;
+  bad.yuv = nullptr;
+  EXPECT_TRUE(refused(bad));
+  bad = record;
+  bad.last_yuv = nullptr;
+  EXPECT_TRUE(refused(bad));
+  bad = record;
+  bad.width = 1;
+  EXPECT_TRUE(refused(bad));
+  bad = record;
+  bad.height = 1;
+  EXPECT_TRUE(refused(bad));
+  void* photo = nullptr;
+  ASSERT_EQ(VantroPhoto_Init(&photo, "", pool_.get()), 0);
+  EXPECT_EQ(Vantro_Process(photo, &record, nullptr), -2001);
+  VantroPhoto_Deinit(&photo);
+  EXPECT_EQ(script().processes, 0);
+  EXPECT_TRUE(log_.contains("input data is error!!!\n"));
+
+  Vantro_t smallest = Record(0, 2, 2, 2);
+  EXPECT_EQ(Process(smallest, yuv, last), 0);
+}
+
+TEST_F(Video, ResultIsWrittenFromTheSecondFrameOn) {
+  const Vantro_t record = Record(0, 16, 16, 16);
+  std::vector<uint8_t> first = RandomFrame(record);
+  std::vector<uint8_t> second = RandomFrame(record);
+  result_ = {5, 6, 7};
+  EXPECT_EQ(Process(record, first, second), 0);
+  EXPECT_EQ(result_.result0, 5);
+  EXPECT_EQ(Process(record, second, first), 0);
+  EXPECT_EQ(result_.result0 + result_.result1 + result_.result2, -3);
+}
+
+TEST_F(Video, RecoversFromAMissingFirstFrameCopy) {
+  const Vantro_t record = Record(0, 16, 16, 16);
+  std::vector<uint8_t> a = RandomFrame(record);
+  std::vector<uint8_t> b = RandomFrame(record);
+  pool_.FailAt(pool_.allocations());
+  EXPECT_EQ(Process(record, a, b), -1);
+  EXPECT_TRUE(log_.contains("cxt_ptr->firstFrameIdxTempYuv Malloc is failed\n"));
+  pool_.FailAt(-1);
+  result_ = {9, 9, 9};
+  EXPECT_EQ(Process(record, a, b), 0);
+  EXPECT_EQ(result_.result0, 9) << "the call after a failure is a first frame again";
+  EXPECT_EQ(Process(record, b, a), 0);
+  EXPECT_EQ(result_.result0, -1);
+
+  // Sizes that cannot be allocated fail the same way and are never read.
+  Vantro_t huge = Record(0, 40000, 40000, 40000);
+  huge.reset_flag = 1;
+  EXPECT_EQ(Process(huge, a, b), -1);
+  huge.stride = -40000;
+  EXPECT_EQ(Process(huge, a, b), -1);
+}
+
+TEST_F(Video, RestartBeforeTheSecondFrameReleasesTheOlderCopy) {
+  Vantro_t record = Record(4, 16, 16, 16);
+  std::vector<uint8_t> a = RandomFrame(record);
+  std::vector<uint8_t> b = RandomFrame(record);
+  const size_t held = pool_.live();
+  record.reset_flag = 1;
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(Process(record, a, b), 0);
+  EXPECT_EQ(pool_.live(), held + 1);
+  record.reset_flag = 0;
+  EXPECT_EQ(Process(record, b, a), 0);
+  EXPECT_EQ(pool_.live(), held);
+}
+
+// A record that describes more bytes than the one before it would reach behind the older buffer.
+TEST_F(Video, AGrowingFrameStartsANewSequence) {
+  const Vantro_t small = Record(0, 16, 16, 16);
+  const Vantro_t large = Record(0, 64, 64, 64);
+  std::vector<uint8_t> a = RandomFrame(small);
+  std::vector<uint8_t> b = RandomFrame(small);
+  std::vector<uint8_t> c = RandomFrame(large);
+  for (const int lead : {1, 2, 3}) {
+    for (int i = 0; i < lead; ++i) EXPECT_EQ(Process(small, i % 2 == 0 ? a : b, c), 0);
+    result_ = {8, 8, 8};
+    std::vector<uint8_t> last = RandomFrame(large);
+    EXPECT_EQ(Process(large, c, last), 0);
+    EXPECT_EQ(result_.result0, 8) << "a first frame";
+    EXPECT_EQ(Process(small, a, c), 0);
+    EXPECT_EQ(result_.result0, -1) << "a smaller frame goes on with the sequence";
+    Vantro_t reset = small;
+    reset.reset_flag = 1;
+    EXPECT_EQ(Process(reset, a, b), 0);
+  }
+}
+
+TEST_F(Video, UnknownFormatPassesThrough) {
+  const Vantro_t known = Record(0, 16, 16, 16);
+  Vantro_t unknown = known;
+  unknown.yuv_format = 3;
+  std::vector<uint8_t> a = RandomFrame(known);
+  std::vector<uint8_t> b = RandomFrame(known);
+  const std::vector<uint8_t> before = b;
+  EXPECT_EQ(Process(unknown, a, b), 0);
+  EXPECT_TRUE(log_.contains("the format is wrong!!\n"));
+  EXPECT_EQ(b, before);
+  EXPECT_EQ(Process(unknown, b, a), 0);
+}
+
+TEST_F(Video, TimingLinesComeInOrder) {
+  Vantro_Deinit(&handle_);
+  Properties()["vendor.qzVantro.printlog"] = "1";
+  ASSERT_EQ(Vantro_Init(&handle_, "", pool_.get()), 0);
+  const Vantro_t record = Record(0, 160, 120, 160);
+  std::vector<uint8_t> frames[4];
+  for (auto& frame : frames) frame = RandomFrame(record);
+  Process(record, frames[0], frames[3]);
+  EXPECT_THAT(log_.timing_labels(), ElementsAre());
+  Process(record, frames[1], frames[0]);
+  log_.clear();
+  script().process = [](const SegmentCall& call) {
+    std::memset(call.mask_out, 0, kMaskW * kMaskH);
+    return 0;
+  };
+  Process(record, frames[2], frames[1]);
+  EXPECT_THAT(
+      log_.timing_labels(),
+      ElementsAre("CLEAN", "GetROI_", "connectionFilter_", "OpticalFlow_", "up_scale_context_1_2x2",
+                  "up_scale_context_2_2x2", "Grayeffect_Alpha_YUV_", "VantroObject_",
+                  "FLAG_23_TIME", "Vantro_Seg_Aftre_PROCESS", "Vantro_Seg_Aftre_1",
+                  "Vantro_Seg_Aftre", "Vantro_Process_"));
+  log_.clear();
+  Process(record, frames[3], frames[2]);
+  EXPECT_THAT(log_.timing_labels(),
+              ElementsAre("CLEAN", "GetROI_", "Grayeffect_", "Vantro_Seg_Aftre_PROCESS",
+                          "Vantro_Seg_Aftre_1", "Vantro_Seg_Aftre", "Vantro_Process_"));
+  EXPECT_TRUE(log_.contains("[vantro] grey the image flag = 4"));
+}
+
+}  // namespace
+}  // namespace vantro::test
