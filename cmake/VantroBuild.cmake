@@ -57,7 +57,7 @@ function(vantro_library)
     -Wl,--enable-new-dtags
     -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map
     -Wl,--dynamic-list=${PROJECT_SOURCE_DIR}/cmake/interposable.list)
-  target_link_libraries(vantro PRIVATE vantro_options Threads::Threads ${CMAKE_DL_LIBS})
+  target_link_libraries(vantro PRIVATE $<BUILD_INTERFACE:vantro_options> Threads::Threads ${CMAKE_DL_LIBS})
 
   add_library(vantro_static STATIC EXCLUDE_FROM_ALL ${objects})
   target_include_directories(vantro_static PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
