@@ -1,0 +1,82 @@
+#include "app/contact_sheet.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace vantro::app {
+namespace {
+
+constexpr size_t kColumns = 6;
+constexpr int kCellWidth = 320;
+constexpr int kMostCellHeight = 480;
+constexpr int kLeastPitch = 230;  // room for a caption
+constexpr int kGap = 8;
+constexpr int kTextScale = 2;
+constexpr Colour kPaper = {24, 24, 24};
+constexpr Colour kInk = {235, 235, 235};
+
+}  // namespace
+
+ContactSheet::ContactSheet(const FrameShape& shape, const ColourInfo& colour,
+                           AVRational pixel_shape)
+    : shape_(shape), colour_(colour) {
+  const double stretch = pixel_shape.num > 0 && pixel_shape.den > 0 ? av_q2d(pixel_shape) : 1.0;
+  const double aspect = shape.height / (shape.width * stretch);
+  const double width = std::min<double>(kCellWidth, kMostCellHeight / aspect);
+  cell_width_ = std::max(1, static_cast<int>(std::lround(width)));
+  cell_height_ = std::clamp(static_cast<int>(std::lround(width * aspect)), 1, kMostCellHeight);
+  small_ = NewPictureFrame(cell_width_, cell_height_, AV_PIX_FMT_RGB24);
+}
+
+void ContactSheet::AddBefore(int64_t number, double seconds, const uint8_t* picture) {
+  if (number % step_ != 0) return;
+  if (cells_.size() == 2 * kColumns) {
+    step_ *= 2;
+    std::erase_if(cells_, [this](const Cell& cell) { return cell.number % step_ != 0; });
+    if (number % step_ != 0) return;
+  }
+  cells_.push_back({number, seconds, Thumbnail(picture), {}});
+}
+
+void ContactSheet::AddAfter(int64_t number, const uint8_t* picture) {
+  const auto cell = std::ranges::find(cells_, number, &Cell::number);
+  if (cell != cells_.end()) cell->after = Thumbnail(picture);
+}
+
+Picture ContactSheet::Thumbnail(const uint8_t* picture) {
+  const FramePlanes planes(shape_, const_cast<uint8_t*>(picture));
+  scaler_.Scale({planes.data, planes.linesize, shape_.width, shape_.height, shape_.format.pixels},
+                small_->data, small_->linesize, cell_width_, cell_height_, AV_PIX_FMT_RGB24,
+                colour_);
+  return Picture(cell_width_, cell_height_, small_->data[0], small_->linesize[0]);
+}
+
+Picture ContactSheet::Draw() const {
+  const size_t columns = std::min(kColumns, cells_.size());
+  const int text_height = Picture::TextHeight(kTextScale);
+  const int label_width = Picture::TextWidth("BEFORE", kTextScale) + 2 * kGap;
+  const int pitch = std::max(cell_width_ + kGap, kLeastPitch);
+  const int before_top = text_height + 2 * kGap;
+  const int after_top = before_top + cell_height_ + kGap;
+  Picture sheet(label_width + static_cast<int>(columns) * pitch,
+                after_top + cell_height_ + kGap, kPaper);
+  const int middle = (cell_height_ - text_height) / 2;
+  sheet.Write("BEFORE", kGap, before_top + middle, kTextScale, kInk);
+  sheet.Write("AFTER", kGap, after_top + middle, kTextScale, kInk);
+  for (size_t i = 0; i < columns; ++i) {
+    // Evenly from the first cell to the last.
+    const Cell& cell = cells_[columns == 1 ? 0 : i * (cells_.size() - 1) / (columns - 1)];
+    const int left = label_width + static_cast<int>(i) * pitch;
+    char caption[64];
+    const long long tenths = std::llround(std::max(cell.seconds, 0.0) * 10);
+    std::snprintf(caption, sizeof(caption), "%lld:%02lld.%lld FRAME %lld", tenths / 600,
+                  tenths / 10 % 60, tenths % 10, static_cast<long long>(cell.number + 1));
+    sheet.Write(caption, left, kGap, kTextScale, kInk);
+    sheet.Paste(cell.before, left, before_top);
+    sheet.Paste(cell.after, left, after_top);
+  }
+  return sheet;
+}
+
+}  // namespace vantro::app

@@ -1,0 +1,50 @@
+// A picture that shows some frames of a video before the effect and, below them, after it.
+#ifndef VANTRO_APP_CONTACT_SHEET_H_
+#define VANTRO_APP_CONTACT_SHEET_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "app/frame_convert.h"
+#include "app/frame_format.h"
+#include "app/picture.h"
+
+namespace vantro::app {
+
+// Collects frames evenly spread over a video whose length need not be known: it keeps every n-th
+// frame, and doubles n whenever it has too many.
+class ContactSheet {
+ public:
+  ContactSheet(const FrameShape& shape, const ColourInfo& colour, AVRational pixel_shape);
+
+  // The frame with this number (counted from 0) before the effect, and its time in seconds. Called
+  // for every frame, in order.
+  void AddBefore(int64_t number, double seconds, const uint8_t* picture);
+  // The same frame after it.
+  void AddAfter(int64_t number, const uint8_t* picture);
+
+  Picture Draw() const;
+
+ private:
+  struct Cell {
+    int64_t number;
+    double seconds;
+    Picture before;
+    Picture after;
+  };
+
+  Picture Thumbnail(const uint8_t* picture);
+
+  FrameShape shape_;
+  ColourInfo colour_;
+  int cell_width_;
+  int cell_height_;
+  int64_t step_ = 1;
+  std::vector<Cell> cells_;
+  Scaler scaler_;
+  FramePtr small_;
+};
+
+}  // namespace vantro::app
+
+#endif  // VANTRO_APP_CONTACT_SHEET_H_

@@ -1,0 +1,26 @@
+// Ctrl-C and its relatives: the first one asks the program to stop after the frame in work, a
+// second one ends it at once.
+#ifndef VANTRO_APP_INTERRUPT_H_
+#define VANTRO_APP_INTERRUPT_H_
+
+#include <string>
+
+namespace vantro::app {
+
+// Watches SIGINT, SIGTERM and SIGHUP for its lifetime; one at a time.
+class InterruptWatch {
+ public:
+  InterruptWatch();
+  ~InterruptWatch();
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+  // The signal that arrived, or 0.
+  static int Signal();
+  // The file that a second signal removes before it ends the program; empty for none.
+  static void RemoveOnAbort(const std::string& path);
+};
+
+}  // namespace vantro::app
+
+#endif  // VANTRO_APP_INTERRUPT_H_

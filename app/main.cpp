@@ -1,0 +1,40 @@
+// The program "vantro": one command a file, each adds itself to the command line.
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <new>
+
+#include "app/failure.h"
+#include "app/video_command.h"
+
+int main(int argc, char** argv) {
+  using namespace vantro::app;
+  // A reader of our output that goes away is an error of the write, with a message.
+  std::signal(SIGPIPE, SIG_IGN);
+
+  CLI::App program("The person in the picture keeps their colours, everything else turns grey.",
+                   "vantro");
+  program.set_version_flag("--version", "vantro " VANTRO_VERSION);
+  program.require_subcommand(1);
+  program.footer("\"vantro COMMAND --help\" tells all about a command.");
+  std::function<int()> chosen;
+  AddVideoCommand(program, chosen);
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return program.exit(error) == 0 ? 0 : kExitUsage;
+  }
+  try {
+    return chosen();
+  } catch (const UsageError& error) {
+    std::fprintf(stderr, "vantro: %s\n", error.what());
+    return kExitUsage;
+  } catch (const std::bad_alloc&) {
+    std::fprintf(stderr, "vantro: not enough memory\n");
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "vantro: %s\n", error.what());
+  }
+  return kExitFailure;
+}

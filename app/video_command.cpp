@@ -1,0 +1,197 @@
+#include "app/video_command.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include "app/engine_library.h"
+#include "app/failure.h"
+#include "app/interrupt.h"
+#include "app/library_log.h"
+#include "app/output_file.h"
+#include "app/progress.h"
+#include "app/standard_output.h"
+#include "app/video_job.h"
+
+namespace vantro::app {
+namespace {
+
+constexpr char kExamples[] = R"(Examples:
+  vantro video talk.mp4 grey.mp4
+  vantro video talk.mov grey.mp4 --contact-sheet sheet.png
+  vantro video talk.mp4 left.mkv --rect 0,0,640,720 --overwrite
+  cat talk.mkv | vantro video - - | ffplay -
+
+OUTPUT ends in .mp4, .m4v, .mov or .mkv (H.264, audio copied) or in .y4m (raw
+frames, no audio). "-" reads standard input, or writes raw frames to standard
+output.
+
+Exit status: 0 success, 1 a failure while running, 2 wrong usage, 130 after
+Ctrl-C; what was rendered until then is kept as a playable file.)";
+
+// Four whole numbers with commas between them.
+std::optional<Rect_t> ParseRect(const std::string& text) {
+  int32_t numbers[4];
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  for (int i = 0; i < 4; ++i) {
+    if (i > 0 && (at == end || *at++ != ',')) return std::nullopt;
+    const auto [after, error] = std::from_chars(at, end, numbers[i]);
+    if (error != std::errc()) return std::nullopt;
+    at = after;
+  }
+  const auto [x, y, width, height] = numbers;
+  if (at != end || x < 0 || y < 0 || width < 1 || height < 1) return std::nullopt;
+  return Rect_t{.x = x, .y = y, .height = height, .width = width, .aux0 = 0, .aux1 = 0};
+}
+
+void CheckDifferent(const std::string& input, const std::string& output, const char* name) {
+  std::error_code error;
+  if (std::filesystem::equivalent(input, output, error)) {
+    throw UsageError(std::string(name) + " " + output + ": is the input itself");
+  }
+}
+
+void PrintSummary(const VideoOptions& options, const VideoJob& job) {
+  const LibraryTally tally = ReadLibraryTally();
+  const PhaseTimes& times = job.times();
+  const double wait = tally.wait_ms / 1000;
+  const auto frames = static_cast<double>(job.frames());
+  std::fprintf(stderr, "%s -> %s\n", options.input.c_str(), options.output.c_str());
+  std::fprintf(stderr, "  frames               %8lld  (%dx%d)\n",
+               static_cast<long long>(job.frames()), job.shape().width, job.shape().height);
+  std::fprintf(stderr, "  frames with a subject%8lld\n",
+               static_cast<long long>(tally.subject_frames));
+  if (tally.coloured_frames < tally.subject_frames) {
+    std::fprintf(stderr, "    shown grey         %8lld  (sudden changes of the picture)\n",
+                 static_cast<long long>(tally.subject_frames - tally.coloured_frames));
+  }
+  std::fprintf(stderr, "  time                 %8.2f s  (%.1f frames/s)\n", times.total,
+               times.total > 0 ? frames / times.total : 0);
+  std::fprintf(stderr, "    decode             %8.2f s\n", times.decode);
+  std::fprintf(stderr, "    segmentation wait  %8.2f s\n", wait);
+  std::fprintf(stderr, "    effect             %8.2f s\n", std::max(times.process - wait, 0.0));
+  std::fprintf(stderr, "    encode             %8.2f s\n", times.encode);
+}
+
+void ReportLibraryTroubles(const VideoOptions& options, Progress& progress) {
+  for (const std::string& error : TakeLibraryErrors()) {
+    // Known, and told by the note at the start: the check covers the other two layouts only.
+    if (options.format.code == VANTRO_FORMAT_NV12 && error == "not support this format!!") continue;
+    progress.Note("the library reported: " + error);
+  }
+  const int64_t failed = ReadLibraryTally().failed_segmentations;
+  if (failed > 0) {
+    progress.Note("the segmentation failed on " + std::to_string(failed) +
+                  " frames; they were rendered with an older mask");
+  }
+}
+
+int RunVideo(const VideoOptions& options) {
+  const bool to_pipe = options.output == "-";
+  ContainerOf(options.output);  // an unknown ending is refused before anything is opened
+  CheckDifferent(options.input, options.output, "OUTPUT");
+  if (!options.contact_sheet.empty()) {
+    if (std::filesystem::path(options.contact_sheet).extension() != ".png") {
+      throw UsageError("--contact-sheet " + options.contact_sheet + ": must end in .png");
+    }
+    CheckDifferent(options.input, options.contact_sheet, "--contact-sheet");
+  }
+  RouteFFmpegLog(options.verbose);
+  if (options.verbose) setenv("VANTRO_LOG", "debug", 0);
+  if (std::getenv("VANTRO_LOG") != nullptr) ShowLibraryLog();
+
+  const InterruptWatch watch;
+  const StandardOutput standard_output;
+  std::optional<EngineLibrary> engine;
+  if (!options.engine.empty()) engine.emplace(options.engine);
+  Progress progress(options.verbose);
+  if (options.format.code == VANTRO_FORMAT_NV12) {
+    progress.Note("nv12 frames are not checked for flashes and sudden changes");
+  }
+  std::optional<OutputFile> output;
+  std::optional<OutputFile> sheet;
+  std::string address = "pipe:" + std::to_string(standard_output.descriptor());
+  if (!to_pipe) {
+    output.emplace(options.output, options.overwrite);
+    address = "file:" + output->working_path();
+    InterruptWatch::RemoveOnAbort(output->working_path());
+  }
+  if (!options.contact_sheet.empty()) sheet.emplace(options.contact_sheet, options.overwrite);
+
+  VideoJob job(options, address, progress);
+  job.Run();
+  progress.Close();
+  const int signal = InterruptWatch::Signal();
+  if (job.frames() > 0) {
+    if (sheet) {
+      job.contact_sheet()->Draw().SavePng(sheet->working_path(), options.contact_sheet);
+      sheet->Commit();
+    }
+    if (output) output->Commit();
+    ReportLibraryTroubles(options, progress);
+    PrintSummary(options, job);
+  }
+  if (signal == 0) return 0;
+  progress.Note(job.frames() > 0 ? "interrupted; the frames rendered so far were kept"
+                                 : "interrupted before the first frame; nothing was written");
+  return 128 + signal;
+}
+
+}  // namespace
+
+void AddVideoCommand(CLI::App& program, std::function<int()>& chosen) {
+  CLI::App* command = program.add_subcommand(
+      "video", "Render a video: the person keeps their colours, the rest turns grey");
+  const auto options = std::make_shared<VideoOptions>();
+  command->add_option("INPUT", options->input, "Video to read, any kind that FFmpeg reads")
+      ->required();
+  command->add_option("OUTPUT", options->output, "Video to write")->required();
+  command
+      ->add_option_function<std::string>(
+          "--format",
+          [options](const std::string& name) {
+            options->format = *std::ranges::find(kFrameFormats, name, &FrameFormat::name);
+          },
+          "Layout of the frames handed to the library (default nv21)")
+      ->check(CLI::IsMember({"nv21", "nv12", "uyvy"}))
+      ->type_name("nv21|nv12|uyvy");
+  command
+      ->add_option_function<std::string>(
+          "--rect",
+          [options](const std::string& text) {
+            options->rect = ParseRect(text);
+            if (!options->rect) {
+              throw CLI::ValidationError(
+                  "--rect", "\"" + text + "\" is not X,Y,W,H: four whole numbers, W and H above 0");
+            }
+          },
+          "Render only this rectangle of the frame, in pixels; the rest stays as it is")
+      ->type_name("X,Y,W,H");
+  command
+      ->add_option("--engine", options->engine,
+                   "Segmentation engine to use, a library whose soname is libPlimra.so")
+      ->type_name("FILE");
+  command
+      ->add_option("--contact-sheet", options->contact_sheet,
+                   "Also write a PNG picture with frames before and after")
+      ->type_name("FILE.png");
+  command
+      ->add_option("--threads", options->threads,
+                   "Threads of the decoder and of the encoder, 0 for one a processor (default)")
+      ->check(CLI::Range(0, 64))
+      ->type_name("N");
+  command->add_flag("--overwrite", options->overwrite, "Replace files that exist already");
+  command->add_flag("-v,--verbose", options->verbose,
+                    "Show the log of the library and of FFmpeg on standard error");
+  command->footer(kExamples);
+  command->callback([options, &chosen] { chosen = [options] { return RunVideo(*options); }; });
+}
+
+}  // namespace vantro::app

@@ -1,0 +1,95 @@
+#include "app/video_job.h"
+
+#include <utility>
+
+#include "app/failure.h"
+#include "app/interrupt.h"
+
+namespace vantro::app {
+namespace {
+
+// Runs `work` and adds its time to `sum`.
+template <typename Work>
+auto Timed(double& sum, Work&& work) {
+  struct Adder {
+    double& sum;
+    Clock::time_point start = Clock::now();
+    ~Adder() { sum += Seconds(Clock::now() - start); }
+  } const adder{sum};
+  return work();
+}
+
+void CheckRect(const Rect_t& rect, const FrameShape& shape) {
+  if (rect.x <= shape.width - rect.width && rect.y <= shape.height - rect.height) return;
+  throw UsageError("--rect: the rectangle does not fit the " + std::to_string(shape.width) + "x" +
+                   std::to_string(shape.height) + " frame");
+}
+
+}  // namespace
+
+VideoJob::VideoJob(const VideoOptions& options, std::string address, Progress& progress)
+    : options_(options),
+      address_(std::move(address)),
+      progress_(progress),
+      note_([&progress](const std::string& text) { progress.Note(text); }),
+      reader_(options.input, options.threads, note_) {}
+
+void VideoJob::Open(const AVFrame& first) {
+  converter_.emplace(options_.format, first, reader_.orientation(), note_);
+  const FrameShape& shape = converter_->shape();
+  if (options_.rect) CheckRect(*options_.rect, shape);
+  const AVRational pixel_shape = reader_.pixel_shape(first);
+  session_.emplace(shape, options_.rect);
+  if (!options_.contact_sheet.empty()) sheet_.emplace(shape, converter_->colour(), pixel_shape);
+  writer_.emplace(VideoWriter::Settings{.name = options_.output,
+                                        .address = address_,
+                                        .container = ContainerOf(options_.output),
+                                        .shape = shape,
+                                        .colour = converter_->colour(),
+                                        .pixel_shape = pixel_shape,
+                                        .threads = options_.threads},
+                  reader_, note_);
+}
+
+void VideoJob::Run() {
+  const Clock::time_point start = Clock::now();
+  while (const AVFrame* frame = Timed(times_.decode, [&] { return reader_.Next(); })) {
+    if (!writer_) Open(*frame);
+    Render(*frame);
+    progress_.Update(written_, reader_.Progress(newest_.pts));
+  }
+  if (writer_) {
+    Write(Timed(times_.process, [&] { return session_->Finish(); }));
+    Timed(times_.encode, [&] { writer_->Finish(); });
+  } else if (InterruptWatch::Signal() == 0) {
+    throw RunError(options_.input + ": has no frame that could be decoded");
+  }
+  times_.total = Seconds(Clock::now() - start);
+}
+
+void VideoJob::Render(const AVFrame& frame) {
+  uint8_t* const picture = session_->input();
+  Timed(times_.decode, [&] { converter_->Convert(frame, picture); });
+  if (sheet_) {
+    const AVRational unit = reader_.stream().time_base;
+    sheet_->AddBefore(read_, static_cast<double>(frame.pts) * av_q2d(unit), picture);
+  }
+  ++read_;
+  Write(Timed(times_.process, [&] { return session_->Feed(); }));
+  newest_ = {frame.pts, FrameDuration(frame)};
+}
+
+// Writes the frame before the newest one, if there is one, and the audio met so far.
+void VideoJob::Write(const uint8_t* rendered) {
+  if (rendered != nullptr) {
+    if (sheet_) sheet_->AddAfter(written_, rendered);
+    Timed(times_.encode,
+          [&] { writer_->WriteFrame(rendered, newest_.pts, newest_.duration); });
+    ++written_;
+  }
+  for (auto& audio = reader_.audio_packets(); !audio.empty(); audio.pop_front()) {
+    writer_->WriteAudio(*audio.front());
+  }
+}
+
+}  // namespace vantro::app
