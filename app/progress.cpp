@@ -13,6 +13,12 @@ constexpr auto kBarPeriod = std::chrono::milliseconds(100);
 constexpr auto kLinePeriod = std::chrono::seconds(5);
 constexpr int kBarWidth = 30;
 
+[[gnu::format(printf, 1, 0)]] std::string Format(const char* format, double value) {
+  char text[64];
+  std::snprintf(text, sizeof(text), format, value);
+  return text;
+}
+
 }  // namespace
 
 std::string ClockText(double seconds) {
@@ -39,19 +45,19 @@ void Progress::Update(int64_t frames, double share) {
   next_ = now + (bar_ ? Clock::duration(kBarPeriod) : kLinePeriod);
   const double elapsed = Seconds(now - start_);
 
-  char text[160];
-  int length = std::snprintf(text, sizeof(text), "%lld frames, %.1f frames/s",
-                             static_cast<long long>(frames), static_cast<double>(frames) / elapsed);
-  std::string line(text, static_cast<size_t>(length));
+  std::string line;
   if (share > 0) {
-    line += ", " + ClockText(elapsed * (1 - share) / share) + " left";
-    length = std::snprintf(text, sizeof(text), "%3d%%", static_cast<int>(100 * share));
-    const std::string percent(text, static_cast<size_t>(length));
-    const auto filled = static_cast<size_t>(share * kBarWidth);
-    line = bar_ ? "[" + std::string(filled, '=') + std::string(kBarWidth - filled, ' ') + "] " +
-                      percent + "  " + line
-                : percent + ", " + line;
+    if (bar_) {
+      line.append(1, '[');
+      line.append(static_cast<size_t>(share * kBarWidth), '=');
+      line.resize(1 + kBarWidth, ' ');
+      line.append("] ");
+    }
+    line.append(Format("%3.0f%%, ", 100 * share));
   }
+  line.append(Format("%.0f frames, ", static_cast<double>(frames)));
+  line.append(Format("%.1f frames/s", static_cast<double>(frames) / elapsed));
+  if (share > 0) line.append(", ").append(ClockText(elapsed * (1 - share) / share)).append(" left");
   if (bar_) {
     Erase();
     std::fprintf(stderr, "%s", line.c_str());

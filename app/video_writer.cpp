@@ -42,7 +42,8 @@ VideoWriter::VideoWriter(const Settings& settings, const VideoReader& reader, co
       colour_(settings.colour),
       packet_(NewPacket()) {
   AVFormatContext* context = nullptr;
-  CheckFFmpeg(avformat_alloc_output_context2(&context, nullptr, settings.container.muxer, nullptr),
+  CheckFFmpeg(avformat_alloc_output_context2(&context, nullptr, settings.container.muxer,
+                                             settings.address.c_str()),
               name_);
   output_.reset(context);
   OpenEncoder(settings);
