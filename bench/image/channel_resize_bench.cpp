@@ -1,0 +1,93 @@
+// The bilinear channel resizers against OpenCV's linear resize and memcpy, one thread.
+
+#include "bench/image/frames.h"
+#include "vantro/image.h"
+
+#if defined(VANTRO_HAVE_OPENCV)
+#include <opencv2/imgproc.hpp>
+#endif
+
+namespace vantro::bench {
+namespace {
+
+struct Shape {
+  int src_width;
+  int src_height;
+  int dst_width;
+  int dst_height;
+};
+
+constexpr Shape kShapes[] = {
+    {1920, 1080, 100, 100},    // to the scene-change copy
+    {320, 180, 1920, 1080},    // mask to frame
+    {1440, 1080, 1920, 1440},  // by 4:3
+    {1920, 1440, 1440, 1080},  // by 3:4
+};
+
+template <typename Resize>
+void Run(benchmark::State& state, int channels, Resize resize) {
+  const Shape& s = kShapes[state.range(0)];
+  std::vector<uint8_t> src = Noise(static_cast<size_t>(s.src_width) * s.src_height * channels);
+  std::vector<uint8_t> dst(static_cast<size_t>(s.dst_width) * s.dst_height * channels);
+  for (auto _ : state) {
+    resize(src.data(), dst.data(), s);
+    benchmark::ClobberMemory();
+  }
+}
+
+void Plane(benchmark::State& state) {
+  Run(state, 1, [](const uint8_t* src, uint8_t* dst, const Shape& s) {
+    ResizeUchar(src, dst, s.src_width, s.src_height, s.dst_width, s.dst_height);
+  });
+}
+
+void PlaneC(benchmark::State& state) {
+  Run(state, 1, [](const uint8_t* src, uint8_t* dst, const Shape& s) {
+    vantro_c::ResizeUchar(src, dst, s.src_width, s.src_height, s.dst_width, s.dst_height);
+  });
+}
+
+void OneChannel(benchmark::State& state) {
+  Run(state, 1, [](const uint8_t* src, uint8_t* dst, const Shape& s) {
+    ResizeUcharChl(src, dst, s.src_width, s.src_width, s.src_height, s.dst_width, s.dst_height, 1);
+  });
+}
+
+void TwoChannels(benchmark::State& state) {
+  Run(state, 2, [](const uint8_t* src, uint8_t* dst, const Shape& s) {
+    for (int c = 0; c < 2; ++c) {
+      ResizeUcharChl(src + c, dst + c, s.src_width, s.src_width, s.src_height, s.dst_width,
+                     s.dst_height, 2);
+    }
+  });
+}
+
+void Copy(benchmark::State& state) {
+  const Shape& s = kShapes[state.range(0)];
+  CopyBytes(state, static_cast<size_t>(s.src_width) * s.src_height +
+                       static_cast<size_t>(s.dst_width) * s.dst_height);
+}
+
+BENCHMARK(Plane)->DenseRange(0, 3);
+BENCHMARK(PlaneC)->DenseRange(0, 3);
+BENCHMARK(OneChannel)->DenseRange(0, 3);
+BENCHMARK(TwoChannels)->DenseRange(0, 3);
+BENCHMARK(Copy)->DenseRange(0, 3);
+
+#if defined(VANTRO_HAVE_OPENCV)
+template <int kChannels>
+void OpenCv(benchmark::State& state) {
+  cv::setNumThreads(1);
+  Run(state, kChannels, [](uint8_t* src, uint8_t* dst, const Shape& s) {
+    const cv::Mat from(s.src_height, s.src_width, CV_8UC(kChannels), src);
+    cv::Mat to(s.dst_height, s.dst_width, CV_8UC(kChannels), dst);
+    cv::resize(from, to, to.size(), 0, 0, cv::INTER_LINEAR);
+  });
+}
+
+BENCHMARK(OpenCv<1>)->Name("OpenCvPlane")->DenseRange(0, 3);
+BENCHMARK(OpenCv<2>)->Name("OpenCvTwoChannels")->DenseRange(0, 3);
+#endif
+
+}  // namespace
+}  // namespace vantro::bench
