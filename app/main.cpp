@@ -5,6 +5,7 @@
 #include <exception>
 #include <functional>
 #include <new>
+#include <string>
 
 #include "app/failure.h"
 #include "app/video_command.h"
@@ -19,6 +20,12 @@ int main(int argc, char** argv) {
   program.set_version_flag("--version", "vantro " VANTRO_VERSION);
   program.require_subcommand(1);
   program.footer("\"vantro COMMAND --help\" tells all about a command.");
+  program.failure_message([](const CLI::App* app, const CLI::Error& error) {
+    // The command that was named, if any, has the help that helps.
+    std::string command = app->get_name();
+    for (const CLI::App* named : app->get_subcommands()) command += " " + named->get_name();
+    return "vantro: " + std::string(error.what()) + "\nSee \"" + command + " --help\".\n";
+  });
   std::function<int()> chosen;
   AddVideoCommand(program, chosen);
   try {

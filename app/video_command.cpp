@@ -22,6 +22,8 @@
 namespace vantro::app {
 namespace {
 
+constexpr int kMostThreads = 64;
+
 constexpr char kExamples[] = R"(Examples:
   vantro video talk.mp4 grey.mp4
   vantro video talk.mov grey.mp4 --contact-sheet sheet.png
@@ -151,16 +153,20 @@ void AddVideoCommand(CLI::App& program, std::function<int()>& chosen) {
       "video", "Render a video: the person keeps their colours, the rest turns grey");
   const auto options = std::make_shared<VideoOptions>();
   command->add_option("INPUT", options->input, "Video to read, any kind that FFmpeg reads")
-      ->required();
-  command->add_option("OUTPUT", options->output, "Video to write")->required();
+      ->required()
+      ->type_name("");
+  command->add_option("OUTPUT", options->output, "Video to write")->required()->type_name("");
   command
       ->add_option_function<std::string>(
           "--format",
           [options](const std::string& name) {
-            options->format = *std::ranges::find(kFrameFormats, name, &FrameFormat::name);
+            const auto* found = std::ranges::find(kFrameFormats, name, &FrameFormat::name);
+            if (found == kFrameFormats.end()) {
+              throw CLI::ValidationError("--format", "\"" + name + "\" is not nv21, nv12 or uyvy");
+            }
+            options->format = *found;
           },
           "Layout of the frames handed to the library (default nv21)")
-      ->check(CLI::IsMember({"nv21", "nv12", "uyvy"}))
       ->type_name("nv21|nv12|uyvy");
   command
       ->add_option_function<std::string>(
@@ -184,8 +190,9 @@ void AddVideoCommand(CLI::App& program, std::function<int()>& chosen) {
       ->type_name("FILE.png");
   command
       ->add_option("--threads", options->threads,
-                   "Threads of the decoder and of the encoder, 0 for one a processor (default)")
-      ->check(CLI::Range(0, 64))
+                   "Threads of the decoder and of the encoder, up to 64; 0 (default) for one a "
+                   "processor")
+      ->check(CLI::Range(0, kMostThreads).description(""))
       ->type_name("N");
   command->add_flag("--overwrite", options->overwrite, "Replace files that exist already");
   command->add_flag("-v,--verbose", options->verbose,

@@ -41,7 +41,8 @@ void VideoJob::Open(const AVFrame& first) {
   const AVRational pixel_shape = reader_.pixel_shape(first);
   session_.emplace(shape, options_.rect);
   if (!options_.contact_sheet.empty()) sheet_.emplace(shape, converter_->colour(), pixel_shape);
-  writer_.emplace(VideoWriter::Settings{.name = options_.output,
+  const std::string output_name = options_.output == "-" ? "standard output" : options_.output;
+  writer_.emplace(VideoWriter::Settings{.name = output_name,
                                         .address = address_,
                                         .container = ContainerOf(options_.output),
                                         .shape = shape,

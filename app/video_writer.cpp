@@ -13,7 +13,7 @@ namespace {
 
 // Visually lossless for most material, at a speed that keeps up with the effect.
 constexpr char kQuality[] = "18";
-constexpr char kPreset[] = "faster";
+constexpr char kPreset[] = "veryfast";
 
 }  // namespace
 
@@ -40,6 +40,7 @@ VideoWriter::VideoWriter(const Settings& settings, const VideoReader& reader, co
       name_(settings.name),
       shape_(settings.shape),
       colour_(settings.colour),
+      raw_(settings.container.raw),
       packet_(NewPacket()) {
   AVFormatContext* context = nullptr;
   CheckFFmpeg(avformat_alloc_output_context2(&context, nullptr, settings.container.muxer,
@@ -47,7 +48,7 @@ VideoWriter::VideoWriter(const Settings& settings, const VideoReader& reader, co
               name_);
   output_.reset(context);
   OpenEncoder(settings);
-  if (settings.container.raw) {
+  if (raw_) {
     if (!reader.audio_streams().empty()) note("raw video holds no audio; it is left out");
   } else {
     AddAudio(note);
@@ -61,7 +62,7 @@ VideoWriter::VideoWriter(const Settings& settings, const VideoReader& reader, co
               name_ + ": cannot be written");
   // The index goes to the front, so that a player can start before it has the whole file.
   AVDictionary* options = nullptr;
-  if (!settings.container.raw) av_dict_set(&options, "movflags", "+faststart", 0);
+  if (!raw_) av_dict_set(&options, "movflags", "+faststart", 0);
   const int code = avformat_write_header(output_.get(), &options);
   av_dict_free(&options);
   CheckFFmpeg(code, name_ + ": cannot be written");
@@ -70,8 +71,7 @@ VideoWriter::VideoWriter(const Settings& settings, const VideoReader& reader, co
 VideoWriter::~VideoWriter() = default;
 
 void VideoWriter::OpenEncoder(const Settings& settings) {
-  const bool raw = settings.container.raw;
-  const AVCodec* codec = raw ? avcodec_find_encoder(AV_CODEC_ID_WRAPPED_AVFRAME)
+  const AVCodec* codec = raw_ ? avcodec_find_encoder(AV_CODEC_ID_WRAPPED_AVFRAME)
                              : avcodec_find_encoder_by_name("libx264");
   if (codec == nullptr) {
     throw RunError("FFmpeg's libraries have no H.264 encoder (libx264); write a .y4m file instead");
@@ -81,12 +81,17 @@ void VideoWriter::OpenEncoder(const Settings& settings) {
   if (encoder_ == nullptr || stream_ == nullptr) throw std::bad_alloc();
 
   // 4:2:0 plays everywhere; raw frames keep all samples.
-  const AVPixelFormat pixels = raw ? shape_.format.planar : AV_PIX_FMT_YUV420P;
+  const AVPixelFormat pixels = raw_ ? shape_.format.planar : AV_PIX_FMT_YUV420P;
   encoder_->width = shape_.width;
   encoder_->height = shape_.height;
   encoder_->pix_fmt = pixels;
-  encoder_->time_base = reader_.stream().time_base;
   encoder_->framerate = reader_.frame_rate();
+  encoder_->time_base = reader_.stream().time_base;
+  if (raw_) {
+    // Raw frames carry no times, only the rate in the file's head, which is taken from here.
+    if (encoder_->framerate.num <= 0) encoder_->framerate = {25, 1};
+    encoder_->time_base = av_inv_q(encoder_->framerate);
+  }
   encoder_->sample_aspect_ratio = settings.pixel_shape;
   encoder_->color_range = colour_.range;
   encoder_->color_primaries = colour_.primaries;
@@ -97,7 +102,7 @@ void VideoWriter::OpenEncoder(const Settings& settings) {
   if ((output_->oformat->flags & AVFMT_GLOBALHEADER) != 0) {
     encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   }
-  if (!raw) {
+  if (!raw_) {
     av_opt_set(encoder_->priv_data, "crf", kQuality, 0);
     av_opt_set(encoder_->priv_data, "preset", kPreset, 0);
   }
@@ -146,8 +151,9 @@ void VideoWriter::WriteFrame(const uint8_t* picture, int64_t pts, int64_t durati
   scaler_.Scale({planes.data, planes.linesize, shape_.width, shape_.height, shape_.format.pixels},
                 frame_->data, frame_->linesize, shape_.width, shape_.height,
                 static_cast<AVPixelFormat>(frame_->format), colour_);
-  frame_->pts = pts - reader_.StartOf(reader_.stream());
-  durations_[frame_->pts] = duration;
+  frame_->pts = raw_ ? frames_ : pts - reader_.StartOf(reader_.stream());
+  durations_[frame_->pts] = raw_ ? 1 : duration;
+  ++frames_;
   WritePackets(frame_.get());
 }
 

@@ -42,7 +42,7 @@ class VideoWriter {
   VideoWriter(const VideoWriter&) = delete;
   VideoWriter& operator=(const VideoWriter&) = delete;
 
-  // Times count in the time base of the reader's video stream.
+  // Times count in the time base of the reader's video stream; a raw file has no place for them.
   void WriteFrame(const uint8_t* picture, int64_t pts, int64_t duration);
   // Takes the packet's content.
   void WriteAudio(AVPacket& packet);
@@ -63,6 +63,7 @@ class VideoWriter {
   std::string name_;
   FrameShape shape_;
   ColourInfo colour_;
+  bool raw_;
   std::unique_ptr<AVFormatContext, OutputCloser> output_;
   AVStream* stream_ = nullptr;
   std::map<int, AVStream*> audio_;  // by stream index of the input
@@ -70,6 +71,7 @@ class VideoWriter {
   PacketPtr packet_;
   FramePtr frame_;
   Scaler scaler_;
+  int64_t frames_ = 0;
   std::map<int64_t, int64_t> durations_;  // by pts, of the frames inside the encoder
 };
 
