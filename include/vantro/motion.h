@@ -99,7 +99,7 @@ VANTRO_API void opticalFlow_unInit(ME_Handler* handle);
 // Expands every level of `image` (width x height bytes, rows packed) into coefficient set
 // next_set, then switches next_set. `n` is the reach of the expansion's neighbourhood in pixels,
 // `sigma` that of its Gaussian weights; the system uses 7 and 1.5. Returns 0; -1 for a null handle
-// or image, or an `n` below 1 or too large for the handle's buffers.
+// or image, or an `n` below 0 or too large for the handle's buffers.
 VANTRO_API int build_OF_Pyramid(ME_Handler* handle, unsigned char* image, int n, float sigma);
 
 // Expands the second image and computes the flow from the image expanded before it; the result is
@@ -114,8 +114,8 @@ VANTRO_API int doOpticalFlow(ME_Handler* handle, unsigned char* image2);
 // row_buffer     3 * (width + 2n) floats, written
 // n, sigma       as in build_OF_Pyramid; 7 and 1.5 use weights rounded to six decimal places
 //
-// Returns 0; -1 for a null buffer, a size or n below 1, or missing memory for the inverse moment
-// matrix.
+// Returns 0; -1 for a null buffer, a size below 1, n below 0, or missing memory for the inverse
+// moment matrix.
 VANTRO_API int opticalFKPolyExp(const float* src, float* dst, float* kernel_buffer,
                                 float* row_buffer, int width, int height, int n, double sigma);
 
@@ -129,10 +129,10 @@ VANTRO_API int opticalFKUpdateMatrices(const float* R0, const float* R1, const f
 // Averages M over block_size x block_size pixels and solves the displacement of every pixel into
 // `flow`; with `refresh`, M is recomputed from R0, R1 and the new field as the rows are finished.
 //
-// row_buffer  5 * (width + 2 * (block_size / 2) + 3) floats, written
+// row_buffer  5 * width floats, written
 //
-// Returns 0; -1 for a null buffer (R0 and R1 may be null without `refresh`), or a size or block
-// size below 1.
+// Returns 0; -1 for a null buffer (R0 and R1 may be null without `refresh`), a size or block
+// size below 1, or a block size above 4095.
 VANTRO_API int opticalFK_Blur(const float* R0, const float* R1, float* flow, float* row_buffer,
                               int width, int height, float* M, int block_size, bool refresh);
 
@@ -175,7 +175,8 @@ VANTRO_API int gaussian_blur(const unsigned char* src, unsigned char* dst, int w
 
 // One member a kernel length: blurs with the given symmetric weights, of which the first half and
 // the centre are read, and divides by their sum S = q[c] + 2 * (q[0] + ... + q[c-1]). Needs a
-// scratch image of width * height bytes. Returns 0, or -1 when it cannot be had.
+// scratch image of width * height bytes. With S = 0 every sample becomes 0. Returns 0, or -1 for a
+// null pointer or a scratch image that cannot be had.
 VANTRO_API int GaussianBlur3x3_u8(const unsigned char* src, unsigned char* dst, int width,
                                   int height, int src_stride, int dst_stride,
                                   const unsigned short* weights);

@@ -1,0 +1,214 @@
+#include "motion/expansion_kernels.h"
+
+#include "support/simd_targets.h"
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "motion/expansion_kernels.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "motion/store_five-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vantro {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// The rows k above and k below row y, clamped, for k = 1, 2, ...
+class RowPair {
+ public:
+  RowPair(const float* image, ptrdiff_t width, ptrdiff_t height, ptrdiff_t y)
+      : width_(width), rows_above_(y), rows_below_(height - 1 - y) {
+    above_ = below_ = image + y * width;
+  }
+  HWY_INLINE void Next() {
+    above_ -= rows_above_ > 0 ? width_ : 0;
+    below_ += rows_below_ > 0 ? width_ : 0;
+    --rows_above_;
+    --rows_below_;
+  }
+  const float* above() const { return above_; }
+  const float* below() const { return below_; }
+
+ private:
+  ptrdiff_t width_, rows_above_, rows_below_;
+  const float* above_;
+  const float* below_;
+};
+
+void ColumnPlain(RowPair pair, ptrdiff_t x, const ExpansionKernel& kernel, const MomentRows& rows) {
+  float t0 = pair.above()[x] * kernel.g[0];
+  float t1 = 0.0f;
+  float t2 = 0.0f;
+  for (ptrdiff_t k = 1; k <= kernel.reach; ++k) {
+    pair.Next();
+    const float s0 = pair.above()[x];
+    const float s1 = pair.below()[x];
+    t0 += kernel.g[k] * (s0 + s1);
+    t1 += kernel.xg[k] * (s1 - s0);
+    t2 += kernel.xxg[k] * (s0 + s1);
+  }
+  rows.t0[x] = t0;
+  rows.t1[x] = t1;
+  rows.t2[x] = t2;
+}
+
+// b1 and b4 gather terms of very different size: each term is added in double precision.
+HWY_INLINE float AddInDouble(float sum, float a, float b) {
+  return static_cast<float>(static_cast<double>(sum) +
+                            static_cast<double>(a) * static_cast<double>(b));
+}
+
+void PixelPlain(const MomentRows& rows, ptrdiff_t x, const ExpansionKernel& kernel, float* dst) {
+  float b1 = rows.t0[x] * kernel.g[0];
+  float b3 = rows.t1[x] * kernel.g[0];
+  float b5 = rows.t2[x] * kernel.g[0];
+  float b2 = 0.0f;
+  float b4 = 0.0f;
+  float b6 = 0.0f;
+  for (ptrdiff_t k = 1; k <= kernel.reach; ++k) {
+    const ptrdiff_t left = x - k;
+    const ptrdiff_t right = x + k;
+    const float tg = rows.t0[right] + rows.t0[left];
+    b1 = AddInDouble(b1, tg, kernel.g[k]);
+    b4 = AddInDouble(b4, tg, kernel.xxg[k]);
+    b2 += (rows.t0[right] - rows.t0[left]) * kernel.xg[k];
+    b3 += (rows.t1[right] + rows.t1[left]) * kernel.g[k];
+    b6 += (rows.t1[right] - rows.t1[left]) * kernel.xg[k];
+    b5 += (rows.t2[right] + rows.t2[left]) * kernel.g[k];
+  }
+  dst[5 * x] = b3 * kernel.ig11;
+  dst[5 * x + 1] = b2 * kernel.ig11;
+  dst[5 * x + 2] = b1 * kernel.ig03 + b5 * kernel.ig33;
+  dst[5 * x + 3] = b1 * kernel.ig03 + b4 * kernel.ig33;
+  dst[5 * x + 4] = b6 * kernel.ig55;
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+template <class D>
+HWY_INLINE void ColumnVector(D d, RowPair pair, ptrdiff_t x, const ExpansionKernel& kernel,
+                             const MomentRows& rows) {
+  auto t0 = hn::Mul(hn::LoadU(d, pair.above() + x), hn::Set(d, kernel.g[0]));
+  auto t1 = hn::Zero(d);
+  auto t2 = hn::Zero(d);
+  for (ptrdiff_t k = 1; k <= kernel.reach; ++k) {
+    pair.Next();
+    const auto s0 = hn::LoadU(d, pair.above() + x);
+    const auto s1 = hn::LoadU(d, pair.below() + x);
+    const auto both = hn::Add(s0, s1);
+    t0 = hn::Add(t0, hn::Mul(hn::Set(d, kernel.g[k]), both));
+    t1 = hn::Add(t1, hn::Mul(hn::Set(d, kernel.xg[k]), hn::Sub(s1, s0)));
+    t2 = hn::Add(t2, hn::Mul(hn::Set(d, kernel.xxg[k]), both));
+  }
+  hn::StoreU(t0, d, rows.t0 + x);
+  hn::StoreU(t1, d, rows.t1 + x);
+  hn::StoreU(t2, d, rows.t2 + x);
+}
+
+// `d` has as many lanes as a vector of doubles.
+template <class D>
+HWY_INLINE void PixelVector(D d, const MomentRows& rows, ptrdiff_t x, const ExpansionKernel& kernel,
+                            float* dst) {
+  using V = hn::Vec<D>;
+  const hn::Rebind<double, D> dd;
+  const V g0 = hn::Set(d, kernel.g[0]);
+  V b1 = hn::Mul(hn::LoadU(d, rows.t0 + x), g0);
+  V b3 = hn::Mul(hn::LoadU(d, rows.t1 + x), g0);
+  V b5 = hn::Mul(hn::LoadU(d, rows.t2 + x), g0);
+  V b2 = hn::Zero(d);
+  V b4 = hn::Zero(d);
+  V b6 = hn::Zero(d);
+  for (ptrdiff_t k = 1; k <= kernel.reach; ++k) {
+    const V g = hn::Set(d, kernel.g[k]);
+    const V xg = hn::Set(d, kernel.xg[k]);
+    const V left0 = hn::LoadU(d, rows.t0 + x - k);
+    const V right0 = hn::LoadU(d, rows.t0 + x + k);
+    const V left1 = hn::LoadU(d, rows.t1 + x - k);
+    const V right1 = hn::LoadU(d, rows.t1 + x + k);
+    const V both2 = hn::Add(hn::LoadU(d, rows.t2 + x + k), hn::LoadU(d, rows.t2 + x - k));
+    const auto tg = hn::PromoteTo(dd, hn::Add(right0, left0));
+    const auto p1 = hn::Mul(tg, hn::Set(dd, static_cast<double>(kernel.g[k])));
+    const auto p4 = hn::Mul(tg, hn::Set(dd, static_cast<double>(kernel.xxg[k])));
+    b1 = hn::DemoteTo(d, hn::Add(hn::PromoteTo(dd, b1), p1));
+    b4 = hn::DemoteTo(d, hn::Add(hn::PromoteTo(dd, b4), p4));
+    b2 = hn::Add(b2, hn::Mul(hn::Sub(right0, left0), xg));
+    b3 = hn::Add(b3, hn::Mul(hn::Add(right1, left1), g));
+    b6 = hn::Add(b6, hn::Mul(hn::Sub(right1, left1), xg));
+    b5 = hn::Add(b5, hn::Mul(both2, g));
+  }
+  const V ig11 = hn::Set(d, kernel.ig11);
+  const V ig33 = hn::Set(d, kernel.ig33);
+  const V b1_share = hn::Mul(b1, hn::Set(d, kernel.ig03));
+  StoreFive(d, hn::Mul(b3, ig11), hn::Mul(b2, ig11), hn::Add(b1_share, hn::Mul(b5, ig33)),
+            hn::Add(b1_share, hn::Mul(b4, ig33)), hn::Mul(b6, hn::Set(d, kernel.ig55)),
+            dst + 5 * x);
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+
+void Columns(const float* image, ptrdiff_t width, ptrdiff_t height, ptrdiff_t y,
+             const ExpansionKernel& kernel, const MomentRows& rows) {
+  const RowPair pair(image, width, height, y);
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<float> d;
+  const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
+  if (width >= lanes) {
+    // The last vector covers some columns again.
+    ptrdiff_t x = 0;
+    for (; x + lanes <= width; x += lanes) ColumnVector(d, pair, x, kernel, rows);
+    if (x < width) ColumnVector(d, pair, width - lanes, kernel, rows);
+    return;
+  }
+#endif
+  for (ptrdiff_t x = 0; x < width; ++x) ColumnPlain(pair, x, kernel, rows);
+}
+
+void RepeatEnds(float* line, ptrdiff_t width, ptrdiff_t reach) {
+  for (ptrdiff_t k = 1; k <= reach; ++k) {
+    line[-k] = line[0];
+    line[width - 1 + k] = line[width - 1];
+  }
+}
+
+void Row(const MomentRows& rows, ptrdiff_t width, const ExpansionKernel& kernel, float* dst) {
+  RepeatEnds(rows.t0, width, kernel.reach);
+  RepeatEnds(rows.t1, width, kernel.reach);
+  RepeatEnds(rows.t2, width, kernel.reach);
+#if HWY_TARGET != HWY_SCALAR
+  const hn::Rebind<float, hn::ScalableTag<double>> d;
+  const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
+  if (width >= lanes) {
+    ptrdiff_t x = 0;
+    for (; x + lanes <= width; x += lanes) PixelVector(d, rows, x, kernel, dst);
+    if (x < width) PixelVector(d, rows, width - lanes, kernel, dst);
+    return;
+  }
+#endif
+  for (ptrdiff_t x = 0; x < width; ++x) PixelPlain(rows, x, kernel, dst);
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace vantro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#include "support/simd_dispatch.h"
+
+namespace vantro {
+
+VANTRO_KERNEL_TABLE(Columns);
+VANTRO_KERNEL_TABLE(Row);
+
+void ExpandColumns(const float* image, ptrdiff_t width, ptrdiff_t height, ptrdiff_t y,
+                   const ExpansionKernel& kernel, const MomentRows& rows) {
+  VANTRO_KERNEL(Columns)(image, width, height, y, kernel, rows);
+}
+
+void ExpandRow(const MomentRows& rows, ptrdiff_t width, const ExpansionKernel& kernel, float* dst) {
+  VANTRO_KERNEL(Row)(rows, width, kernel, dst);
+}
+
+}  // namespace vantro
+#endif  // HWY_ONCE

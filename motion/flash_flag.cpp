@@ -1,0 +1,126 @@
+// The scene-change stage of the video pipeline: motion, and flashes.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <numeric>
+
+#include "support/log.h"
+#include "support/scratch.h"
+#include "vantro/algo_context.h"
+#include "vantro/image.h"
+#include "vantro/motion.h"
+
+namespace vantro {
+namespace {
+
+constexpr int kSide = 100;  // of the reduced frames
+constexpr float kGlobalThreshold = 20000.0f;
+constexpr float kLocalThreshold = 2.5f;
+constexpr int kRingSize = 10;
+constexpr int kFlashesThatCount = 4;
+
+// Slot of a frame number, which may be anything.
+size_t Slot(int64_t frame) {
+  return static_cast<size_t>((frame % kRingSize + kRingSize) % kRingSize);
+}
+
+// Luma of a frame at 100x100; false for a format that has no case here.
+bool ReduceLuma(const OpticalFlow& record, const uint8_t* frame, uint8_t* reduced) {
+  switch (record.yuv_format) {
+    case VANTRO_FORMAT_NV21:
+      ResizeUYVYtoYChl(frame, reduced, record.width, record.stride, record.height, kSide, kSide, 1);
+      return true;
+    case VANTRO_FORMAT_UYVY:
+      ResizeUYVYtoYChl(frame + 1, reduced, record.width, record.stride, record.height, kSide, kSide,
+                       2);
+      return true;
+    default:
+      return false;
+  }
+}
+
+int DetectMotion(const OpticalFlow& record, uint8_t* current, uint8_t* previous) {
+  const float width = static_cast<float>(record.width);
+  const float height = static_cast<float>(record.height);
+  const CROP_BOX& box = record.engine_box;
+  return CompareOpticalFlow(
+      current, previous, kGlobalThreshold, kSide, kSide, kLocalThreshold,
+      static_cast<float>(box.crop_left) / width, static_cast<float>(box.crop_top) / height,
+      static_cast<float>(box.crop_right) / width, static_cast<float>(box.crop_bottom) / height);
+}
+
+// Subject area in frame pixels: the crop box's area by the share of subject pixels in the mask.
+int32_t EstimateArea(const OpticalFlow& record) {
+  const int64_t mask_size = int64_t{record.mask_width} * record.mask_height;
+  if (mask_size < 1 || mask_size > std::numeric_limits<int32_t>::max() || record.mask == nullptr) {
+    return 0;
+  }
+  const auto subject = std::count(record.mask, record.mask + mask_size, uint8_t{1});
+  if (subject == 0) return 0;
+  const CROP_BOX& box = record.crop_param;
+  const double columns = static_cast<double>(int64_t{box.crop_right} + 1 - box.crop_left);
+  const double rows = static_cast<double>(int64_t{box.crop_bottom} + 1 - box.crop_top);
+  const float box_area = static_cast<float>(columns * rows);
+  const float area = box_area / static_cast<float>(mask_size) * static_cast<float>(subject);
+  // Boxes far beyond any frame pass 32 bits.
+  constexpr float kLimit = 2147483648.0f;
+  if (area >= kLimit) return std::numeric_limits<int32_t>::max();
+  if (area < -kLimit) return std::numeric_limits<int32_t>::min();
+  return static_cast<int32_t>(area);
+}
+
+// Has the area changed by more than one per cent of the frame and by more than a third of itself?
+bool AreaJumps(const OpticalFlow& record, int32_t now, int32_t previous) {
+  const int64_t change = std::abs(int64_t{now} - previous);
+  const int64_t frame_size = int64_t{record.height} * record.width;
+  return change > frame_size / 100 && change > std::max(now, previous) / 3;
+}
+
+bool IsComplete(const AlgoCxt* cxt, const OpticalFlow& record, const int* flag) {
+  return cxt != nullptr && cxt->pool != nullptr && flag != nullptr && record.yuv != nullptr &&
+         record.last_yuv != nullptr && record.flash_flag != nullptr &&
+         record.move_flag != nullptr && record.area != nullptr;
+}
+
+}  // namespace
+}  // namespace vantro
+
+int GetFlashFlag(void* algo_cxt, OpticalFlow record, int* flag) {
+  using namespace vantro;
+  auto* const cxt = static_cast<AlgoCxt*>(algo_cxt);
+  if (!IsComplete(cxt, record, flag)) return -1;
+
+  constexpr uint64_t kReducedSize = kSide * kSide;
+  PoolBlock<uint8_t> previous;  // released after the other, as it is allocated after it
+  const auto current = AllocFromPool<uint8_t>(cxt->pool, kReducedSize, "y_down");
+  previous = AllocFromPool<uint8_t>(cxt->pool, kReducedSize, "lastY_down");
+  if (current == nullptr || previous == nullptr) {
+    VANTRO_LOGE(kTagVideo, "y_down or lastY_down is error!\n");
+    return -1;
+  }
+  if (!ReduceLuma(record, record.yuv, current.get()) ||
+      !ReduceLuma(record, record.last_yuv, previous.get())) {
+    VANTRO_LOGE(kTagVideo, "not support this format!!\n");
+    return -1;
+  }
+
+  const int64_t frame = record.frameIdx;
+  record.move_flag[Slot(frame + 1)] = DetectMotion(record, current.get(), previous.get());
+
+  const int32_t area = EstimateArea(record);
+  const int32_t previous_area = record.area[Slot(frame - 1)];
+  record.area[Slot(frame)] = area;
+
+  // This slot's motion was found with the frame before.
+  const bool flashes = AreaJumps(record, area, previous_area) && record.move_flag[Slot(frame)] == 0;
+  record.flash_flag[Slot(frame)] = flashes ? 1 : 0;
+  const int64_t recent =
+      std::accumulate(record.flash_flag, record.flash_flag + kRingSize, int64_t{0});
+  if (recent >= kFlashesThatCount) {
+    cxt->roi_state = 0;
+    *flag = 0;
+  }
+  return 0;
+}

@@ -1,0 +1,271 @@
+// The terms of the flow equations. If the second image is the first one moved by d, the
+// coefficients of the two expansions give A(x) d = b(x) at every pixel, with A the mean of both
+// quadratic parts, the second taken where the current flow points; M holds transpose(A) A and
+// transpose(A) b.
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "vantro/motion.h"
+
+#include "support/simd_targets.h"
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "motion/flow_matrices.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+#include "motion/store_five-inl.h"
+
+#ifndef VANTRO_MOTION_FLOW_MATRICES_ONCE_
+#define VANTRO_MOTION_FLOW_MATRICES_ONCE_
+
+namespace vantro {
+namespace {
+
+struct ExpansionPair {
+  const float* r0;  // five coefficients a pixel of either image
+  const float* r1;
+  const float* flow;  // dx, dy a pixel
+  ptrdiff_t width;
+  ptrdiff_t height;
+};
+
+// Positions from here on are outside every image and are not converted to integers.
+constexpr float kFarOutside = 1073741824.0f;
+
+// Less weight for pixels whose neighbourhood the image border has cut.
+constexpr ptrdiff_t kBorder = 5;
+constexpr float kAttenuation[kBorder] = {0.14f, 0.14f, 0.4472f, 0.4472f, 0.4472f};
+
+float AttenuationAt(ptrdiff_t distance) {
+  return distance < kBorder ? kAttenuation[distance] : 1.0f;
+}
+
+bool IsNearBorder(ptrdiff_t first, ptrdiff_t last, ptrdiff_t size) {
+  return first < kBorder || last >= size - kBorder;
+}
+
+float Attenuation(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y) {
+  return AttenuationAt(x) * AttenuationAt(pair.width - 1 - x) * AttenuationAt(y) *
+         AttenuationAt(pair.height - 1 - y);
+}
+
+// Has pixel (x1, y1) a right and a lower neighbour?
+bool HasSquare(const ExpansionPair& pair, ptrdiff_t x1, ptrdiff_t y1) {
+  return x1 >= 0 && x1 < pair.width - 1 && y1 >= 0 && y1 < pair.height - 1;
+}
+
+void PixelTerms(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, float* m) {
+  const ptrdiff_t pixel = y * pair.width + x;
+  const float* c0 = pair.r0 + 5 * pixel;
+  const float dx = pair.flow[2 * pixel];
+  const float dy = pair.flow[2 * pixel + 1];
+  const float fx = static_cast<float>(x) + dx;
+  const float fy = static_cast<float>(y) + dy;
+  float r[5] = {0.0f, 0.0f, c0[2], c0[3], c0[4] * 0.5f};
+  if (fx >= 0.0f && fx < kFarOutside && fy >= 0.0f && fy < kFarOutside &&
+      HasSquare(pair, static_cast<ptrdiff_t>(fx), static_cast<ptrdiff_t>(fy))) {
+    const float floor_x = std::floor(fx);
+    const float floor_y = std::floor(fy);
+    const float ax = fx - floor_x;
+    const float ay = fy - floor_y;
+    const float* upper = pair.r1 + 5 * (static_cast<ptrdiff_t>(floor_y) * pair.width +
+                                        static_cast<ptrdiff_t>(floor_x));
+    const float* lower = upper + 5 * pair.width;
+    for (int j = 0; j < 5; ++j) {
+      r[j] = (1.0f - ax) * (1.0f - ay) * upper[j] + ax * (1.0f - ay) * upper[j + 5] +
+             (1.0f - ax) * ay * lower[j] + ax * ay * lower[j + 5];
+    }
+    r[2] = (c0[2] + r[2]) * 0.5f;
+    r[3] = (c0[3] + r[3]) * 0.5f;
+    r[4] = (c0[4] + r[4]) * 0.25f;
+  }
+  const float scale = Attenuation(pair, x, y);
+  const float r4 = r[2] * scale;
+  const float r5 = r[3] * scale;
+  const float r6 = r[4] * scale;
+  const float r2 = ((c0[0] - r[0]) * 0.5f + r[2] * dy + r[4] * dx) * scale;
+  const float r3 = ((c0[1] - r[1]) * 0.5f + r[4] * dy + r[3] * dx) * scale;
+  m[0] = r4 * r4 + r6 * r6;
+  m[1] = (r4 + r5) * r6;
+  m[2] = r5 * r5 + r6 * r6;
+  m[3] = r4 * r2 + r6 * r3;
+  m[4] = r6 * r2 + r5 * r3;
+}
+
+}  // namespace
+}  // namespace vantro
+
+#endif  // VANTRO_MOTION_FLOW_MATRICES_ONCE_
+
+HWY_BEFORE_NAMESPACE();
+namespace vantro {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR
+
+constexpr ptrdiff_t kBlock = 16;
+
+// What a block of pixels of one row needs between the steps below.
+struct Block {
+  HWY_ALIGN float weight[4][kBlock];  // of the four pixels around the position
+  HWY_ALIGN int32_t x1[kBlock];       // upper left of them; -1 outside
+  HWY_ALIGN int32_t y1[kBlock];
+  HWY_ALIGN float four[4 * kBlock];  // (r0 - r)/2 twice, then the mean of r0 and r twice
+  HWY_ALIGN float last[kBlock];      // the mean of the mixed coefficients, halved
+  HWY_ALIGN float scale[kBlock];     // attenuation
+};
+
+// Where the flow points, and the interpolation weights there.
+void Positions(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, Block& block) {
+  const hn::CappedTag<float, kBlock> d;
+  const hn::RebindToSigned<decltype(d)> di;
+  const auto one = hn::Set(d, 1.0f);
+  const auto zero = hn::Zero(d);
+  const auto far = hn::Set(d, kFarOutside);
+  const auto row = hn::Set(d, static_cast<float>(y));
+  for (ptrdiff_t i = 0; i < kBlock; i += static_cast<ptrdiff_t>(hn::Lanes(d))) {
+    auto dx = zero;
+    auto dy = zero;
+    hn::LoadInterleaved2(d, pair.flow + 2 * (y * pair.width + x + i), dx, dy);
+    const auto column = hn::ConvertTo(d, hn::Iota(di, static_cast<int32_t>(x + i)));
+    const auto fx = hn::Add(column, dx);
+    const auto fy = hn::Add(row, dy);
+    const auto near = hn::And(hn::And(hn::Ge(fx, zero), hn::Ge(fy, zero)),
+                              hn::And(hn::Lt(fx, far), hn::Lt(fy, far)));
+    const auto floor_x = hn::Floor(fx);
+    const auto floor_y = hn::Floor(fy);
+    const auto outside = hn::Set(d, -1.0f);
+    hn::Store(hn::ConvertTo(di, hn::IfThenElse(near, floor_x, outside)), di, block.x1 + i);
+    hn::Store(hn::ConvertTo(di, hn::IfThenElse(near, floor_y, outside)), di, block.y1 + i);
+    const auto ax = hn::Sub(fx, floor_x);
+    const auto ay = hn::Sub(fy, floor_y);
+    const auto bx = hn::Sub(one, ax);
+    const auto by = hn::Sub(one, ay);
+    hn::Store(hn::Mul(bx, by), d, block.weight[0] + i);
+    hn::Store(hn::Mul(ax, by), d, block.weight[1] + i);
+    hn::Store(hn::Mul(bx, ay), d, block.weight[2] + i);
+    hn::Store(hn::Mul(ax, ay), d, block.weight[3] + i);
+  }
+}
+
+// Interpolates the second expansion and meets it with the first. A pixel's first four coefficients
+// make one vector; differences are sums with the sign turned.
+void Coefficients(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, Block& block) {
+  const hn::FixedTag<float, 4> d;
+  HWY_ALIGN static constexpr float kSigns[4] = {-0.0f, -0.0f, 0.0f, 0.0f};
+  HWY_ALIGN static constexpr float kAlone[4] = {0.5f, 0.5f, 1.0f, 1.0f};
+  const auto signs = hn::Load(d, kSigns);
+  const auto half = hn::Set(d, 0.5f);
+  const float* c0 = pair.r0 + 5 * (y * pair.width + x);
+  for (ptrdiff_t i = 0; i < kBlock; ++i, c0 += 5) {
+    const auto first = hn::LoadU(d, c0);
+    const ptrdiff_t x1 = block.x1[i];
+    const ptrdiff_t y1 = block.y1[i];
+    if (HWY_UNLIKELY(!HasSquare(pair, x1, y1))) {
+      hn::Store(hn::Mul(first, hn::Load(d, kAlone)), d, block.four + 4 * i);
+      block.last[i] = c0[4] * 0.5f;
+      continue;
+    }
+    const float* upper = pair.r1 + 5 * (y1 * pair.width + x1);
+    const float* lower = upper + 5 * pair.width;
+    const float w0 = block.weight[0][i];
+    const float w1 = block.weight[1][i];
+    const float w2 = block.weight[2][i];
+    const float w3 = block.weight[3][i];
+    auto r = hn::Mul(hn::Set(d, w0), hn::LoadU(d, upper));
+    r = hn::Add(r, hn::Mul(hn::Set(d, w1), hn::LoadU(d, upper + 5)));
+    r = hn::Add(r, hn::Mul(hn::Set(d, w2), hn::LoadU(d, lower)));
+    r = hn::Add(r, hn::Mul(hn::Set(d, w3), hn::LoadU(d, lower + 5)));
+    hn::Store(hn::Mul(hn::Add(first, hn::Xor(r, signs)), half), d, block.four + 4 * i);
+    const float r6 = w0 * upper[4] + w1 * upper[9] + w2 * lower[4] + w3 * lower[9];
+    block.last[i] = (c0[4] + r6) * 0.25f;
+  }
+}
+
+void Terms(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, bool attenuate, const Block& block,
+           float* m) {
+  const hn::CappedTag<float, kBlock> d;
+  using V = hn::Vec<decltype(d)>;
+  for (ptrdiff_t i = 0; i < kBlock; i += static_cast<ptrdiff_t>(hn::Lanes(d))) {
+    V dx, dy, r2, r3, r4, r5;
+    hn::LoadInterleaved2(d, pair.flow + 2 * (y * pair.width + x + i), dx, dy);
+    hn::LoadInterleaved4(d, block.four + 4 * i, r2, r3, r4, r5);
+    V r6 = hn::Load(d, block.last + i);
+    r2 = hn::Add(hn::Add(r2, hn::Mul(r4, dy)), hn::Mul(r6, dx));
+    r3 = hn::Add(hn::Add(r3, hn::Mul(r6, dy)), hn::Mul(r5, dx));
+    if (attenuate) {
+      const V scale = hn::Load(d, block.scale + i);
+      r2 = hn::Mul(r2, scale);
+      r3 = hn::Mul(r3, scale);
+      r4 = hn::Mul(r4, scale);
+      r5 = hn::Mul(r5, scale);
+      r6 = hn::Mul(r6, scale);
+    }
+    const V mixed = hn::Mul(r6, r6);
+    StoreFive(d, hn::Add(hn::Mul(r4, r4), mixed), hn::Mul(hn::Add(r4, r5), r6),
+              hn::Add(hn::Mul(r5, r5), mixed), hn::Add(hn::Mul(r4, r2), hn::Mul(r6, r3)),
+              hn::Add(hn::Mul(r6, r2), hn::Mul(r5, r3)), m + 5 * (y * pair.width + x + i));
+  }
+}
+
+void BlockTerms(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, float* m) {
+  Block block;
+  const bool attenuate =
+      IsNearBorder(y, y, pair.height) || IsNearBorder(x, x + kBlock - 1, pair.width);
+  if (attenuate) {
+    for (ptrdiff_t i = 0; i < kBlock; ++i) block.scale[i] = Attenuation(pair, x + i, y);
+  }
+  Positions(pair, x, y, block);
+  Coefficients(pair, x, y, block);
+  Terms(pair, x, y, attenuate, block, m);
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+
+void RowTerms(const ExpansionPair& pair, ptrdiff_t y, float* m) {
+#if HWY_TARGET != HWY_SCALAR
+  if (pair.width >= kBlock) {
+    // The last block covers some pixels again.
+    ptrdiff_t x = 0;
+    for (; x + kBlock <= pair.width; x += kBlock) BlockTerms(pair, x, y, m);
+    if (x < pair.width) BlockTerms(pair, pair.width - kBlock, y, m);
+    return;
+  }
+#endif
+  for (ptrdiff_t x = 0; x < pair.width; ++x) {
+    PixelTerms(pair, x, y, m + 5 * (y * pair.width + x));
+  }
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace vantro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#include "support/simd_dispatch.h"
+
+namespace vantro {
+
+VANTRO_KERNEL_TABLE(RowTerms);
+
+}  // namespace vantro
+
+int opticalFKUpdateMatrices(const float* R0, const float* R1, const float* flow, int width,
+                            int height, float* M, int first_row, int end_row) {
+  using vantro::RowTermsTable;
+  if (R0 == nullptr || R1 == nullptr || flow == nullptr || M == nullptr || width < 1 ||
+      height < 1) {
+    return -1;
+  }
+  const vantro::ExpansionPair pair = {R0, R1, flow, width, height};
+  const ptrdiff_t end = std::min(end_row, height);
+  for (ptrdiff_t y = std::max(first_row, 0); y < end; ++y) VANTRO_KERNEL(RowTerms)(pair, y, M);
+  return 0;
+}
+#endif  // HWY_ONCE

@@ -1,0 +1,182 @@
+// The flow between two expanded images, coarse to fine, and the decision whether it is motion.
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+#include "motion/flow_handle.h"
+#include "support/log.h"
+#include "support/scratch.h"
+#include "vantro/bounded.h"
+#include "vantro/image.h"
+#include "vantro/motion.h"
+
+namespace vantro {
+namespace {
+
+void ClearField(float* field, const ME_Handler& handle) {
+  const size_t bytes =
+      2 * sizeof(float) * static_cast<size_t>(int64_t{handle.width} * handle.height);
+  memset_s(field, bytes, 0, bytes);
+}
+
+// Columns c0 to c1 - 1 and rows r0 to r1 - 1 of a field.
+struct Region {
+  int64_t c0, c1, r0, r1;
+  int64_t count() const { return (c1 - c0) * (r1 - r0); }
+};
+
+// `position` as an index of 0 to `size`; beyond them the nearer one.
+int64_t ClampToAxis(float position, int size) {
+  if (!(position > 0.0f)) return 0;
+  if (position >= static_cast<float>(size)) return size;
+  return static_cast<int64_t>(position);
+}
+
+// The pixels that the box, in fractions of the field, touches. What is outside the field is left
+// out; a box that is inverted or not a number has none.
+Region MeasuredRegion(int width, int height, float x0, float y0, float x1, float y1) {
+  const float w = static_cast<float>(width);
+  const float h = static_cast<float>(height);
+  const Region region = {
+      ClampToAxis(std::floor(w * x0), width), ClampToAxis(std::ceil(w * x1), width),
+      ClampToAxis(std::floor(h * y0), height), ClampToAxis(std::ceil(h * y1), height)};
+  const bool has_area = x0 <= x1 && y0 <= y1 && region.c0 < region.c1 && region.r0 < region.r1;
+  return has_area ? region : Region{0, 0, 0, 0};
+}
+
+// Sums of absolute values of two lists, each added in its own order; side by side, because one
+// addition waits for the one before it.
+std::pair<float, float> SumsOfAbsolutes(const float* a, int64_t a_count, const float* b,
+                                        int64_t b_count) {
+  float a_sum = 0.0f;
+  float b_sum = 0.0f;
+  const int64_t both = std::min(a_count, b_count);
+  for (int64_t i = 0; i < both; ++i) {
+    a_sum += std::fabs(a[i]);
+    b_sum += std::fabs(b[i]);
+  }
+  for (int64_t i = both; i < a_count; ++i) a_sum += std::fabs(a[i]);
+  for (int64_t i = both; i < b_count; ++i) b_sum += std::fabs(b[i]);
+  return {a_sum, b_sum};
+}
+
+struct MotionMeasure {
+  float global_sum;  // of |dx| + |dy| over the field
+  float local_mean;  // of |dx| + |dy| over the region
+};
+
+// Returns false, after a log line, when scratch memory is missing.
+bool MeasureMotion(const ME_Handler& handle, const Region& region, MotionMeasure* measure) {
+  static constexpr char kName[] = "CompareOpticalFlow";
+  const int64_t pixels = int64_t{handle.width} * handle.height;
+  const TrackedBlock<float> field = AllocTracked<float>(static_cast<uint64_t>(2 * pixels), kName);
+  if (field == nullptr) {
+    VANTRO_LOGE(kTagPlain, "doOpticalFlow_global_t Failed!");
+    return false;
+  }
+  for (int64_t i = 0; i < pixels; ++i) {
+    field[static_cast<size_t>(2 * i)] = handle.flow_x[i];
+    field[static_cast<size_t>(2 * i + 1)] = handle.flow_y[i];
+  }
+
+  const int64_t count = region.count();
+  const TrackedBlock<float> local = AllocTracked<float>(static_cast<uint64_t>(2 * count), kName);
+  if (local == nullptr && count > 0) {
+    VANTRO_LOGE(kTagPlain, "doOpticalFlow_local_t Failed!");
+    return false;
+  }
+  // The first coordinate of an element is the box's horizontal one, whatever the field's shape.
+  float* next = local.get();
+  for (const float* plane : {handle.flow_x, handle.flow_y}) {
+    for (int64_t a = region.c0; a < region.c1; ++a) {
+      next = std::copy(plane + a * handle.height + region.r0, plane + a * handle.height + region.r1,
+                       next);
+    }
+  }
+
+  const auto [global_sum, local_sum] =
+      SumsOfAbsolutes(field.get(), 2 * pixels, local.get(), 2 * count);
+  measure->global_sum = global_sum;
+  measure->local_mean = count == 0 ? 0.0f : local_sum / static_cast<float>(count);
+  return true;
+}
+
+struct HandleDeleter {
+  void operator()(ME_Handler* handle) const { opticalFlow_unInit(handle); }
+};
+
+}  // namespace
+}  // namespace vantro
+
+void __pointMulit(float* image, float factor, int width, int height) {
+  if (image == nullptr || width < 1 || height < 1) return;
+  const int64_t count = 2 * (int64_t{width} * height);
+  for (int64_t i = 0; i < count; ++i) image[i] *= factor;
+}
+
+int doOpticalFlow(ME_Handler* handle, unsigned char* image2) {
+  using namespace vantro;
+  if (build_OF_Pyramid(handle, image2, kFlowReach, kFlowSigma) != 0) {
+    VANTRO_LOGE(kTagPlain, "build OF Pyramid Failed!");
+    return -1;
+  }
+  // The set that the next pyramid would overwrite is the older one.
+  float* const* const first = handle->poly[handle->next_set];
+  float* const* const second = handle->poly[1 - handle->next_set];
+
+  ClearField(handle->flow_a, *handle);
+  ClearField(handle->flow_b, *handle);
+  float* field = handle->flow_a;
+  float* spare = handle->flow_b;
+  LevelSize coarser = {};
+  for (int level = handle->max_level; level >= 0; --level) {
+    const LevelSize size = SizeOfLevel(*handle, level);
+    if (level < handle->max_level) {
+      resizeFloat_Nearest_2Ch(field, spare, coarser.width, coarser.height, size.width, size.height);
+      __pointMulit(spare, 2.0f, size.width, size.height);
+      std::swap(field, spare);
+    }
+    opticalFKUpdateMatrices(first[level], second[level], field, size.width, size.height,
+                            handle->matM, 0, size.height);
+    opticalFK_Blur(first[level], second[level], field, handle->vsum, size.width, size.height,
+                   handle->matM, kFlowBlock, false);
+    coarser = size;
+  }
+
+  const int64_t pixels = int64_t{handle->width} * handle->height;
+  handle->flow_x = spare;
+  handle->flow_y = spare + pixels;
+  for (int64_t i = 0; i < pixels; ++i) {
+    handle->flow_x[i] = field[2 * i];
+    handle->flow_y[i] = field[2 * i + 1];
+  }
+  return 0;
+}
+
+int CompareOpticalFlow(unsigned char* image1, unsigned char* image2, float global_threshold,
+                       int width, int height, float local_threshold, float x0, float y0, float x1,
+                       float y1) {
+  using namespace vantro;
+  constexpr int kLevels = 3;
+  constexpr float kPyramidScale = 0.5f;
+  ME_Handler* created = nullptr;
+  const int init_result = opticalFlow_Init(&created, kLevels, kPyramidScale, width, height);
+  const std::unique_ptr<ME_Handler, HandleDeleter> handle(created);
+  if (init_result != 0) {
+    VANTRO_LOGE(kTagPlain, "opticalFlow_Init Failed!");
+    return -1;
+  }
+  if (build_OF_Pyramid(handle.get(), image1, kFlowReach, kFlowSigma) != 0) {
+    VANTRO_LOGE(kTagPlain, "build Frame pyramid Failed");
+    return -1;
+  }
+  if (doOpticalFlow(handle.get(), image2) != 0) {
+    VANTRO_LOGE(kTagPlain, "doOpticalFlow Failed!");
+    return -1;
+  }
+  MotionMeasure measure = {};
+  if (!MeasureMotion(*handle, MeasuredRegion(width, height, x0, y0, x1, y1), &measure)) return -1;
+  return measure.global_sum > global_threshold || measure.local_mean > local_threshold ? 1 : 0;
+}
