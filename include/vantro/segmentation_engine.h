@@ -21,11 +21,13 @@ extern "C" {
 
 /* Values of seg_mode. */
 enum {
-  VANTRO_SEG_VIDEO = 0, /* Create: an engine for a video; Process: a frame, or a photo's first pass */
-  VANTRO_SEG_PHOTO = 2  /* Create: an engine for photos; Process: a photo's second, refining pass */
+  VANTRO_SEG_VIDEO =
+      0, /* Create: an engine for a video; Process: a frame, or a photo's first pass */
+  VANTRO_SEG_PHOTO = 2 /* Create: an engine for photos; Process: a photo's second, refining pass */
 };
 
-/* The record that an engine is created with: 56 bytes, kept by the caller until Destroy returned. */
+/* The record that an engine is created with: 56 bytes, kept by the caller until Destroy returned.
+ */
 typedef struct SegmentationInterface {
   MemPool* pool;        /* the caller's memory pool, which the engine may use */
   uint8_t reserved[48]; /* not written by the caller; the engine may use it as it likes */

@@ -1,0 +1,71 @@
+#include "engine/model_store.h"
+
+#include <dlfcn.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include "engine/model_file.h"
+#include "vantro/segmentation_engine.h"
+
+namespace vantro::engine {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kFileName = "selfie_segmentation.tflite";
+
+std::vector<fs::path> Folders(const char* model_dir) {
+  std::vector<fs::path> folders;
+  if (model_dir != nullptr && *model_dir != '\0') folders.emplace_back(model_dir);
+  const char* chosen = std::getenv("VANTRO_MODEL_DIR");
+  if (chosen != nullptr && *chosen != '\0') folders.emplace_back(chosen);
+  Dl_info info;
+  if (dladdr(reinterpret_cast<const void*>(&Plimra_Create), &info) != 0 &&
+      info.dli_fname != nullptr) {
+    const fs::path library = fs::path(info.dli_fname).parent_path();
+    folders.push_back((library / ".." / "share" / "vantro").lexically_normal());
+  }
+  return folders;
+}
+
+std::optional<ModelGraph> ReadFile(const fs::path& path, std::string* problem) {
+  std::error_code unknown;
+  const uintmax_t size = fs::file_size(path, unknown);
+  if (unknown || size > kMaxModelBytes) {
+    *problem = "its size is not that of a model";
+    return std::nullopt;
+  }
+  std::vector<uint8_t> bytes(static_cast<size_t>(size));
+  std::ifstream file(path, std::ios::binary);
+  if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size))) {
+    *problem = "it cannot be read";
+    return std::nullopt;
+  }
+  return ReadModel(bytes, problem);
+}
+
+}  // namespace
+
+std::optional<ModelGraph> LoadModel(const char* model_dir, std::string* error) {
+  *error = std::string("no usable ") + kFileName + ":";
+  for (const fs::path& folder : Folders(model_dir)) {
+    const fs::path path = folder / kFileName;
+    std::error_code unknown;
+    *error += " [" + folder.string() + "] ";
+    if (!fs::is_regular_file(path, unknown)) {
+      *error += "has none;";
+      continue;
+    }
+    std::string problem;
+    std::optional<ModelGraph> graph = ReadFile(path, &problem);
+    if (!graph) *error += "has a damaged one (" + problem + ")";
+    return graph;
+  }
+  return std::nullopt;
+}
+
+}  // namespace vantro::engine
