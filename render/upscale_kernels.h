@@ -1,0 +1,31 @@
+// Row kernels of the fixed-factor upscalers.
+#ifndef VANTRO_RENDER_UPSCALE_KERNELS_H_
+#define VANTRO_RENDER_UPSCALE_KERNELS_H_
+
+#include <cstdint>
+
+namespace vantro {
+
+enum class Rounding { kTruncate, kHalfUp };
+
+// One row of 2 * width samples between two source rows (which may be the same), a quarter of the
+// way from `near` to `far`: with v = 3 * near + far, column 2j + 1 is (3 * v[j] + v[j+1]) / 16 and
+// column 2j + 2 the mirror image; the first and the last column are v / 4.
+void DoubleRow(uint8_t* dst, const uint8_t* near, const uint8_t* far, int32_t width,
+               Rounding rounding);
+
+// Vertical weights of a row of the 4x filter, in eighths; their sum is at most 8.
+struct RowWeights {
+  int32_t upper;
+  int32_t lower;
+};
+
+// One row of 4 * width samples: with v = upper * U + lower * L, the columns 4p + 2 to 4p + 5 are
+// (7v[p] + v[p+1] + 32) / 64 and so on with (5, 3), (3, 5) and (1, 7); two more columns on each
+// side repeat the outermost of these. A width of 1 stands for two equal columns.
+void QuadRow(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int32_t width,
+             RowWeights weights);
+
+}  // namespace vantro
+
+#endif  // VANTRO_RENDER_UPSCALE_KERNELS_H_
