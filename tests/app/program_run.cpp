@@ -1,0 +1,123 @@
+#include "tests/app/program_run.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace vantro::test {
+
+RunningProgram::RunningProgram(const std::vector<std::string>& arguments, int stdin_descriptor,
+                               const std::filesystem::path& stdout_file, int64_t largest_file) {
+  std::vector<char*> argv = {const_cast<char*>(VANTRO_PROGRAM)};
+  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  const int stdout_descriptor =
+      open(stdout_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  int pipe_ends[2];
+  if (stdout_descriptor < 0 || pipe2(pipe_ends, O_CLOEXEC) != 0) std::abort();
+  process_ = fork();
+  if (process_ == 0) {
+    dup2(stdin_descriptor, STDIN_FILENO);
+    dup2(stdout_descriptor, STDOUT_FILENO);
+    dup2(pipe_ends[1], STDERR_FILENO);
+    if (largest_file > 0) {
+      const rlimit limit{static_cast<rlim_t>(largest_file), static_cast<rlim_t>(largest_file)};
+      setrlimit(RLIMIT_FSIZE, &limit);
+      std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead, as on a full disk
+    }
+    execv(VANTRO_PROGRAM, argv.data());
+    _exit(127);
+  }
+  close(pipe_ends[1]);
+  close(stdout_descriptor);
+  error_pipe_ = pipe_ends[0];
+}
+
+RunningProgram::~RunningProgram() {
+  if (process_ > 0) {
+    kill(process_, SIGKILL);
+    Wait();
+  }
+  close(error_pipe_);
+}
+
+bool RunningProgram::ReadMore() {
+  char chunk[4096];
+  const ssize_t got = read(error_pipe_, chunk, sizeof(chunk));
+  if (got <= 0) return false;
+  errors_.append(chunk, static_cast<size_t>(got));
+  return true;
+}
+
+bool RunningProgram::WaitFor(const std::string& text) {
+  while (errors_.find(text) == std::string::npos) {
+    if (!ReadMore()) return false;
+  }
+  return true;
+}
+
+void RunningProgram::Signal(int number) { kill(process_, number); }
+
+int RunningProgram::Wait() {
+  while (ReadMore()) {
+  }
+  int status = 0;
+  waitpid(process_, &status, 0);
+  process_ = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+ProgramTest::ProgramTest() {
+  std::string name = (std::filesystem::temp_directory_path() / "vantro_app_XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) std::abort();
+  folder_ = name;
+}
+
+ProgramTest::~ProgramTest() { std::filesystem::remove_all(folder_); }
+
+ProgramTest::Result ProgramTest::Run(std::vector<std::string> arguments, const std::string& input,
+                                     int64_t largest_file) {
+  // Beside the folder, whose files are part of what the tests look at.
+  const std::string output = folder_.string() + ".stdout";
+  const int input_descriptor = open(input.c_str(), O_RDONLY | O_CLOEXEC);
+  RunningProgram program(arguments, input_descriptor, output, largest_file);
+  close(input_descriptor);
+  const int status = program.Wait();
+  Result result{status, program.errors(), ReadFile(output)};
+  std::filesystem::remove(output);
+  return result;
+}
+
+ProgramTest::Result ProgramTest::Video(std::vector<std::string> arguments, const std::string& input,
+                                       int64_t largest_file) {
+  arguments.insert(arguments.begin(), "video");
+  arguments.insert(arguments.end(), {"--engine", VANTRO_SCRIPTED_ENGINE});
+  return Run(std::move(arguments), input, largest_file);
+}
+
+std::vector<std::string> ProgramTest::Files() const {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::ranges::sort(names);
+  return names;
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+}  // namespace vantro::test

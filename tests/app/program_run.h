@@ -1,0 +1,71 @@
+// Runs the program in a folder of the test's own and collects what it says.
+#ifndef VANTRO_TESTS_APP_PROGRAM_RUN_H_
+#define VANTRO_TESTS_APP_PROGRAM_RUN_H_
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace vantro::test {
+
+// The program while it runs; its standard error is read by the test. Waited for at the latest when
+// the object ends.
+class RunningProgram {
+ public:
+  // `largest_file` limits what the program can write to one file, in bytes; 0 for no limit.
+  RunningProgram(const std::vector<std::string>& arguments, int stdin_descriptor,
+                 const std::filesystem::path& stdout_file, int64_t largest_file = 0);
+  ~RunningProgram();
+  RunningProgram(const RunningProgram&) = delete;
+  RunningProgram& operator=(const RunningProgram&) = delete;
+
+  // Reads standard error until it has shown `text`; false when the program ended without it.
+  bool WaitFor(const std::string& text);
+  void Signal(int number);
+  // The exit status, or -1 when a signal ended it.
+  int Wait();
+  const std::string& errors() const { return errors_; }
+
+ private:
+  bool ReadMore();
+
+  pid_t process_ = -1;
+  int error_pipe_ = -1;
+  std::string errors_;
+};
+
+// A fresh folder for every test, removed afterwards.
+class ProgramTest : public ::testing::Test {
+ protected:
+  struct Result {
+    int status;
+    std::string errors;  // standard error
+    std::string output;  // standard output
+  };
+
+  ProgramTest();
+  ~ProgramTest() override;
+
+  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  // Runs "vantro ARGUMENTS..."; standard input is the file `input`, if given.
+  Result Run(std::vector<std::string> arguments, const std::string& input = "/dev/null",
+             int64_t largest_file = 0);
+  // "vantro video ARGUMENTS... --engine" with the scripted engine.
+  Result Video(std::vector<std::string> arguments, const std::string& input = "/dev/null",
+               int64_t largest_file = 0);
+  // The names in the folder, sorted.
+  std::vector<std::string> Files() const;
+
+  std::filesystem::path folder_;
+};
+
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& content);
+
+}  // namespace vantro::test
+
+#endif  // VANTRO_TESTS_APP_PROGRAM_RUN_H_

@@ -1,0 +1,132 @@
+// What goes wrong ends with the right status, a message that names the culprit, and no file.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/app/clip.h"
+#include "tests/app/program_run.h"
+
+namespace vantro::test {
+namespace {
+
+class VideoFailures : public ProgramTest {
+ protected:
+  void SetUp() override {
+    std::vector<PlanarFrame> frames;
+    for (unsigned i = 0; i < 6; ++i) frames.push_back(NoiseFrame(64, 48, true, i));
+    WriteFile(Path("in.y4m"), RawVideo(frames));
+  }
+  // The run ends with `status`, says each of `parts`, and leaves the folder as it was.
+  void ExpectFailure(const Result& result, int status, const std::vector<std::string>& parts,
+                     const std::vector<std::string>& files_before) {
+    EXPECT_EQ(result.status, status) << result.errors;
+    for (const std::string& part : parts) {
+      EXPECT_NE(result.errors.find(part), std::string::npos)
+          << "no \"" << part << "\" in: " << result.errors;
+    }
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(Files(), files_before);
+  }
+};
+
+TEST_F(VideoFailures, OfWrongUsage) {
+  const std::string in = Path("in.y4m");
+  const std::string out = Path("out.mp4");
+  const struct {
+    std::vector<std::string> arguments;
+    std::string culprit;
+  } cases[] = {
+      {{}, "subcommand"},
+      {{"paint", in, out}, "paint"},
+      {{"video"}, "INPUT"},
+      {{"video", in}, "OUTPUT"},
+      {{"video", in, out, "more"}, "more"},
+      {{"video", in, out, "--frobnicate"}, "--frobnicate"},
+      {{"video", in, out, "--format", "rgb"}, "\"rgb\" is not nv21, nv12 or uyvy"},
+      {{"video", in, out, "--threads", "-1"}, "--threads"},
+      {{"video", in, out, "--threads", "65"}, "--threads"},
+      {{"video", in, out, "--rect", "1,2,3"}, "--rect"},
+      {{"video", in, out, "--rect", "0,0,0,4"}, "--rect"},
+      {{"video", in, out, "--rect", "0,0,4,4x"}, "--rect"},
+      {{"video", in, out, "--rect", "0,0,99999999999,4"}, "--rect"},
+      {{"video", in, out, "--rect=-2,0,4,4"}, "--rect"},
+      {{"video", in, Path("out.avi")}, ".avi"},
+      {{"video", in, out, "--contact-sheet", Path("sheet.jpg")}, "sheet.jpg"},
+      {{"video", in, in, "--overwrite"}, "is the input itself"},
+      {{"video", in, Path("./sub/../in.y4m"), "--overwrite"}, "is the input itself"},
+  };
+  std::filesystem::create_directory(Path("sub"));
+  const auto files = Files();
+  for (const auto& usage : cases) {
+    SCOPED_TRACE(usage.culprit);
+    ExpectFailure(Run(usage.arguments), 2, {usage.culprit}, files);
+  }
+  // Only the frames tell how large a rectangle may be.
+  ExpectFailure(Video({in, out, "--rect", "60,0,5,4"}), 2, {"--rect", "64x48"}, files);
+  ExpectFailure(Video({in, out, "--rect", "2147483647,0,2147483647,4"}), 2, {"--rect"}, files);
+}
+
+TEST_F(VideoFailures, OfInputs) {
+  WriteFile(Path("text.mp4"), std::string(5000, 'x'));
+  WriteFile(Path("empty.mp4"), "");
+  WriteFile(Path("headonly.y4m"), "YUV4MPEG2 W64 H48 F25:1\n");
+  WriteFile(Path("tiny.y4m"), RawVideo({NoiseFrame(1, 48, true, 0)}));
+  std::filesystem::create_directory(Path("folder.mp4"));
+  const auto files = Files();
+  for (const char* name :
+       {"missing.mp4", "text.mp4", "empty.mp4", "headonly.y4m", "tiny.y4m", "folder.mp4"}) {
+    SCOPED_TRACE(name);
+    const std::string culprit = std::string(name) == "tiny.y4m" ? "1x48" : name;
+    ExpectFailure(Video({Path(name), Path("out.mp4")}), 1, {"vantro: ", culprit}, files);
+  }
+  ExpectFailure(Video({"-", Path("out.mp4")}), 1, {"standard input"}, files);
+}
+
+TEST_F(VideoFailures, OfOutputs) {
+  const std::string in = Path("in.y4m");
+  WriteFile(Path("kept.mp4"), "kept");
+  const auto files = Files();
+  ExpectFailure(Video({in, Path("kept.mp4")}), 1, {"kept.mp4", "--overwrite"}, files);
+  ExpectFailure(Video({in, Path("no/out.mp4")}), 1, {"no/out.mp4"}, files);
+  ExpectFailure(Video({in, "/dev/null", "--overwrite"}), 1, {"/dev/null"}, files);
+  ExpectFailure(Video({in, Path("out.mp4"), "--contact-sheet", Path("no/s.png")}), 1, {"no/s.png"},
+                files);
+  // The disk is full in the middle of the video, or at its end.
+  for (const int64_t space : {1000, 20000}) {
+    SCOPED_TRACE(space);
+    ExpectFailure(Video({in, Path("out.y4m")}, "/dev/null", space), 1, {"out.y4m"}, files);
+    ExpectFailure(Video({in, Path("kept.mp4"), "--overwrite"}, "/dev/null", space), 1,
+                  {"kept.mp4"}, files);
+  }
+  EXPECT_EQ(ReadFile(Path("kept.mp4")), "kept");
+
+  EXPECT_EQ(Video({in, Path("kept.mp4"), "--overwrite"}).status, 0);
+  EXPECT_EQ(ReadClip(Path("kept.mp4")).video.size(), 6u);
+  EXPECT_EQ(Files(), files);
+}
+
+// A link to a file stays one, and the file it leads to is replaced.
+TEST_F(VideoFailures, DoNotBreakLinks) {
+  WriteFile(Path("real.mp4"), "old");
+  std::filesystem::create_symlink("real.mp4", Path("link.mp4"));
+  EXPECT_EQ(Video({Path("in.y4m"), Path("link.mp4"), "--overwrite"}).status, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("link.mp4")));
+  EXPECT_EQ(ReadClip(Path("real.mp4")).video.size(), 6u);
+}
+
+TEST_F(VideoFailures, OfEngines) {
+  WriteFile(Path("text.so"), "not a library");
+  std::filesystem::copy_file(VANTRO_SCRIPTED_ENGINE, Path("renamed.so"));
+  const auto files = Files();
+  const auto run = [this](const std::string& engine) {
+    return Run({"video", Path("in.y4m"), Path("out.mp4"), "--engine", engine});
+  };
+  ExpectFailure(run(Path("missing.so")), 1, {"--engine", "missing.so"}, files);
+  ExpectFailure(run(Path("text.so")), 1, {"--engine", "text.so"}, files);
+  ExpectFailure(run(VANTRO_FOREIGN_LIBRARY), 1, {"soname", "libPlimra.so"}, files);
+  // The file's own name does not matter.
+  EXPECT_EQ(run(Path("renamed.so")).status, 0);
+}
+
+}  // namespace
+}  // namespace vantro::test

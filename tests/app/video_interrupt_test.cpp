@@ -1,0 +1,73 @@
+// Ctrl-C in the middle of a video.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "tests/app/clip.h"
+#include "tests/app/program_run.h"
+
+namespace vantro::test {
+namespace {
+
+class VideoInterrupt : public ProgramTest {
+ protected:
+  // The program renders what comes through a pipe that the test holds.
+  void OpenPipe() { ASSERT_EQ(pipe2(ends_, O_CLOEXEC), 0); }
+  void ClosePipe() {
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  void Feed(const std::string& bytes) {
+    for (size_t at = 0; at < bytes.size();) {
+      const ssize_t done = write(ends_[1], bytes.data() + at, bytes.size() - at);
+      ASSERT_GT(done, 0);
+      at += static_cast<size_t>(done);
+    }
+  }
+  std::vector<std::string> Arguments(const std::string& output) {
+    return {"video", "-", Path(output), "-v", "--engine", VANTRO_SCRIPTED_ENGINE};
+  }
+
+  int ends_[2] = {-1, -1};
+};
+
+TEST_F(VideoInterrupt, KeepsWhatWasRendered) {
+  constexpr int kFed = 60;
+  std::vector<PlanarFrame> frames;
+  for (unsigned i = 0; i < kFed; ++i) frames.push_back(NoiseFrame(64, 48, true, i % 4));
+  for (const int signal_number : {SIGINT, SIGTERM}) {
+    SCOPED_TRACE(signal_number);
+    const std::string output = "out" + std::to_string(signal_number) + ".mp4";
+    OpenPipe();
+    RunningProgram program(Arguments(output), ends_[0], folder_.string() + ".stdout");
+    Feed(RawVideo(frames));
+    // The library tells in its log which frame it is at; then the pipe is empty, and the program
+    // waits for more.
+    ASSERT_TRUE(program.WaitFor("frameIdx is 20")) << program.errors();
+    program.Signal(signal_number);
+    EXPECT_EQ(program.Wait(), 128 + signal_number) << program.errors();
+    ClosePipe();
+    const StoredVideo kept = ReadClip(Path(output));
+    EXPECT_GE(kept.video.size(), 20u);
+    EXPECT_LE(kept.video.size(), static_cast<size_t>(kFed));
+    EXPECT_EQ(kept.decoded.size(), kept.video.size());
+    EXPECT_EQ(Files().size(), signal_number == SIGINT ? 1u : 2u) << "only whole videos are left";
+  }
+}
+
+TEST_F(VideoInterrupt, BeforeTheFirstFrameLeavesNothing) {
+  OpenPipe();
+  RunningProgram program(Arguments("out.mp4"), ends_[0], folder_.string() + ".stdout");
+  // Not a whole frame, so the program cannot get past it.
+  Feed("YUV4MPEG2 W64 H48 F25:1\nFRAME\n");
+  while (Files().empty()) usleep(1000);  // its working file
+  program.Signal(SIGINT);
+  EXPECT_EQ(program.Wait(), 130) << program.errors();
+  ClosePipe();
+  EXPECT_TRUE(Files().empty());
+}
+
+}  // namespace
+}  // namespace vantro::test
