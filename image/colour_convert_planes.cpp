@@ -127,11 +127,8 @@ int RGBToNV21(unsigned char* src, int width, int height, unsigned char* dst, int
     const unsigned char* const bgr = src + int64_t{y} * width * 3;
     unsigned char* const luma = dst + int64_t{y} * dstStride;
     // The lower row of a pair gives the chroma; the last row of an odd height has no chroma row.
-    if (y % 2 != 0) {
-      vantro::BgrRowToNv21(bgr, pairs, luma, dst + (int64_t{height} + y / 2) * dstStride);
-    } else {
-      vantro::BgrRowToLuma(bgr, pairs, luma);
-    }
+    unsigned char* const vu = y % 2 == 0 ? nullptr : dst + (int64_t{height} + y / 2) * dstStride;
+    vantro::BgrRowToNv21(bgr, pairs, luma, vu);
     if (width % 2 != 0) {
       const unsigned char* const pixel = bgr + int64_t{6} * pairs;
       luma[width - 1] = vantro::LumaOf(pixel[2], pixel[1], pixel[0]);

@@ -17,9 +17,8 @@ void PlanarRowToBgr(const uint8_t* luma, const uint8_t* u, const uint8_t* v, ptr
 void PlanarRowToRgb(const uint8_t* luma, const uint8_t* u, const uint8_t* v, ptrdiff_t pairs,
                     uint8_t* rgb);
 
-// Chroma of the left pixel of each pair.
+// Chroma of the left pixel of each pair; luma alone where `vu` is null.
 void BgrRowToUyvy(const uint8_t* bgr, ptrdiff_t pairs, uint8_t* uyvy);
-void BgrRowToLuma(const uint8_t* bgr, ptrdiff_t pairs, uint8_t* luma);
 void BgrRowToNv21(const uint8_t* bgr, ptrdiff_t pairs, uint8_t* luma, uint8_t* vu);
 
 }  // namespace vantro
