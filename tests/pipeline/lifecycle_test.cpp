@@ -233,8 +233,8 @@ TEST_P(Lifecycle, FailedDestroyIsLoggedAndTheHandleCloses) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, Lifecycle, ::testing::Values(&kVideo, &kPhoto),
-                         [](const auto& info) {
-                           return std::string(info.param == &kVideo ? "Video" : "Photo");
+                         [](const auto& test) {
+                           return std::string(test.param == &kVideo ? "Video" : "Photo");
                          });
 
 using VideoLog = EngineFixture;

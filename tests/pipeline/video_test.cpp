@@ -395,7 +395,7 @@ TEST_F(Video, TimingLinesComeInOrder) {
   Vantro_Deinit(&handle_);
   Properties()["vendor.qzVantro.printlog"] = "1";
   ASSERT_EQ(Vantro_Init(&handle_, "", pool_.get()), 0);
-  const Vantro_t record = Record(0, 160, 120, 160);
+  const Vantro_t record = Record(0, 240, 180, 240);
   std::vector<uint8_t> frames[4];
   for (auto& frame : frames) frame = RandomFrame(record);
   Process(record, frames[0], frames[3]);

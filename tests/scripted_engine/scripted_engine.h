@@ -3,6 +3,7 @@
 #ifndef VANTRO_TESTS_SCRIPTED_ENGINE_H_
 #define VANTRO_TESTS_SCRIPTED_ENGINE_H_
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -46,7 +47,26 @@ struct EngineScript {
 };
 
 // The default of EngineScript::process for masks of this size.
-int32_t SegmentEllipse(const SegmentCall& call, int32_t mask_width, int32_t mask_height);
+inline int32_t SegmentEllipse(const SegmentCall& call, int32_t mask_width, int32_t mask_height) {
+  // Half the frame in both directions, on even bounds.
+  CROP_BOX& box = *call.box_vantro;
+  box.crop_left = call.width / 4 / 2 * 2;
+  box.crop_top = call.height / 4 / 2 * 2;
+  box.crop_right = std::max(box.crop_left, box.crop_left + call.width / 2 / 2 * 2 - 1);
+  box.crop_bottom = std::max(box.crop_top, box.crop_top + call.height / 2 / 2 * 2 - 1);
+  call.box->crop_left = box.crop_left;
+  call.box->crop_top = box.crop_top;
+  call.box->crop_right = box.crop_right;
+  call.box->crop_bottom = box.crop_bottom;
+  for (int32_t y = 0; y < mask_height; ++y) {
+    for (int32_t x = 0; x < mask_width; ++x) {
+      const double dx = (x + 0.5) / mask_width - 0.5;
+      const double dy = (y + 0.5) / mask_height - 0.5;
+      call.mask_out[y * mask_width + x] = dx * dx + dy * dy < 0.2 ? 1 : 0;
+    }
+  }
+  return 0;
+}
 
 }  // namespace vantro::test
 
