@@ -81,11 +81,8 @@ bool PutValue(OutStream& stream, const Conversion& conversion, char letter, Floa
     if (heap == nullptr) return false;
     text = heap.get();
   }
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
   const int length = std::snprintf(text, size, ForLibrary(conversion, letter, kIsLong).text,
                                    conversion.width, precision, value);
-#pragma GCC diagnostic pop
   if (length < 0 || static_cast<size_t>(length) >= size) return false;
   PutRun(stream, text, static_cast<size_t>(length), written);
   return true;

@@ -7,8 +7,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -16,18 +16,18 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/failing_malloc.h"
 #include "tests/support/log_capture.h"
 #include "vantro/thread.h"
 
 namespace {
 
-enum Call { kMalloc, kSemInit, kThreadCreate, kAttrInit, kAttrDestroy, kCallKinds };
+enum Call { kSemInit, kThreadCreate, kAttrInit, kAttrDestroy, kCallKinds };
 
 // Armed only inside a creation, on the thread that creates.
 thread_local bool armed = false;
 thread_local int calls[kCallKinds] = {};
 thread_local std::vector<std::pair<Call, int>>* failures = nullptr;
-thread_local std::vector<void*>* blocks = nullptr;
 std::atomic<int> semaphores{0};
 int live_attributes = 0;
 
@@ -43,8 +43,6 @@ bool Fails(Call call) {
 }  // namespace
 
 extern "C" {
-void* __real_malloc(size_t size);
-void __real_free(void* block);
 int __real_sem_init(sem_t* semaphore, int shared, unsigned value);
 int __real_sem_destroy(sem_t* semaphore);
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attr, void* (*body)(void*),
@@ -52,20 +50,6 @@ int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attr, void* (
 int __real_pthread_attr_init(pthread_attr_t* attr);
 int __real_pthread_attr_destroy(pthread_attr_t* attr);
 
-void* __wrap_malloc(size_t size) {
-  if (Fails(kMalloc)) return nullptr;
-  void* block = __real_malloc(size);
-  if (armed) {
-    armed = false;
-    blocks->push_back(block);
-    armed = true;
-  }
-  return block;
-}
-void __wrap_free(void* block) {
-  if (armed) std::erase(*blocks, block);
-  __real_free(block);
-}
 int __wrap_sem_init(sem_t* semaphore, int shared, unsigned value) {
   if (Fails(kSemInit)) return -1;
   ++semaphores;
@@ -116,6 +100,7 @@ bool ThreadsComeDownTo(size_t count) {
 }
 
 struct Failure {
+  int malloc_at;  // -1: none
   std::vector<std::pair<Call, int>> at;
   std::vector<std::string> errors;  // before the closing line
 };
@@ -125,43 +110,43 @@ TEST(ThreadFailure, EveryFailurePointLeavesNothingBehind) {
   const char not_enough[] = "Not Enough Thread Created!";
   const char attr_left[] = "Failed to Destroy Thread Attr!";
   const Failure failures_to_try[] = {
-      {{{kAttrInit, 0}}, {"Failed to Init Thread attribute."}},
-      {{{kMalloc, 0}}, {"Failed to Allocate Memory of " + array_size + " for 3 threads!"}},
-      {{{kMalloc, 0}, {kAttrDestroy, 0}},
+      {-1, {{kAttrInit, 0}}, {"Failed to Init Thread attribute."}},
+      {0, {}, {"Failed to Allocate Memory of " + array_size + " for 3 threads!"}},
+      {0,
+       {{kAttrDestroy, 0}},
        {"Failed to Allocate Memory of " + array_size + " for 3 threads!", attr_left}},
-      {{{kSemInit, 0}}, {"Failed to init start_sem of thread 0", not_enough}},
-      {{{kSemInit, 3}}, {"Failed to init end_sem of thread 1", not_enough}},
-      {{{kSemInit, 4}, {kAttrDestroy, 0}},
+      {-1, {{kSemInit, 0}}, {"Failed to init start_sem of thread 0", not_enough}},
+      {-1, {{kSemInit, 3}}, {"Failed to init end_sem of thread 1", not_enough}},
+      {-1,
+       {{kSemInit, 4}, {kAttrDestroy, 0}},
        {"Failed to init start_sem of thread 2", not_enough, attr_left}},
-      {{{kThreadCreate, 0}}, {"Failed to Create Thread 0!", not_enough}},
-      {{{kThreadCreate, 1}}, {"Failed to Create Thread 1!", not_enough}},
-      {{{kSemInit, 0}, {kSemInit, 2}, {kThreadCreate, 0}},
+      {-1, {{kThreadCreate, 0}}, {"Failed to Create Thread 0!", not_enough}},
+      {-1, {{kThreadCreate, 1}}, {"Failed to Create Thread 1!", not_enough}},
+      {-1,
+       {{kSemInit, 0}, {kSemInit, 2}, {kThreadCreate, 0}},
        {"Failed to init start_sem of thread 0", "Failed to init end_sem of thread 1",
         "Failed to Create Thread 2!", not_enough}},
-      {{{kMalloc, 1}},
-       {"Failed to Allocate Memory of " + std::to_string(sizeof(MThreadPool)) + "!"}},
+      {1, {}, {"Failed to Allocate Memory of " + std::to_string(sizeof(MThreadPool)) + "!"}},
   };
   std::thread([] {}).join();  // the thread sanitizer starts a helper with the first thread
   const size_t threads_before = CountThreads();
   for (Failure failure : failures_to_try) {
     SCOPED_TRACE(failure.errors.front());
-    std::vector<void*> taken;
-    taken.reserve(8);
     failures = &failure.at;
-    blocks = &taken;
     std::fill_n(calls, static_cast<int>(kCallKinds), 0);
     const LogCapture log;
+    const FailingMalloc heap(failure.malloc_at);
     int32_t made = -77;
     armed = true;
     MThreadPool* pool = MThread_Create(kThreads, &kUnpinned, &made);
     armed = false;
+    EXPECT_EQ(heap.live(), 0);
     EXPECT_EQ(pool, nullptr);
     EXPECT_EQ(made, 1);
     std::vector<LogLine> expected;
     for (const std::string& text : failure.errors) expected.push_back({6, kTag, text});
     expected.push_back({3, kTag, "0 / 3 threads Created for (nil)."});
     EXPECT_EQ(log.lines(), expected);
-    EXPECT_TRUE(taken.empty()) << "a block was not released";
     EXPECT_EQ(semaphores, 0);
     EXPECT_EQ(live_attributes, 0);
     EXPECT_TRUE(ThreadsComeDownTo(threads_before));
@@ -170,10 +155,7 @@ TEST(ThreadFailure, EveryFailurePointLeavesNothingBehind) {
 
 TEST(ThreadFailure, AnAttributeThatStaysDoesNotCostThePool) {
   std::vector<std::pair<Call, int>> at = {{kAttrDestroy, 0}};
-  std::vector<void*> taken;
-  taken.reserve(8);
   failures = &at;
-  blocks = &taken;
   std::fill_n(calls, static_cast<int>(kCallKinds), 0);
   const LogCapture log;
   int32_t made = -77;

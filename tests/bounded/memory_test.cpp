@@ -1,0 +1,193 @@
+// Copies and fills: results, the destination they leave, and the bytes around it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "tests/support/guarded_buffer.h"
+#include "vantro/bounded.h"
+
+namespace vantro::test {
+namespace {
+
+using CopyFunction = int (*)(void*, size_t, const void*, size_t);
+using FillFunction = int (*)(void*, size_t, int, size_t);
+
+struct NamedCopy {
+  const char* name;
+  CopyFunction call;
+  bool lenient;  // judges the capacity only when the copy is refused
+};
+struct NamedFill {
+  const char* name;
+  FillFunction call;
+  bool lenient;
+};
+
+constexpr NamedCopy kCopies[] = {{"memcpy_s", memcpy_s, false},
+                                 {"memcpy_sOptAsm", memcpy_sOptAsm, false},
+                                 {"memcpy_sOptTc", memcpy_sOptTc, true}};
+constexpr NamedFill kFills[] = {{"memset_s", memset_s, false},
+                                {"memset_sOptAsm", memset_sOptAsm, false},
+                                {"memset_sOptTc", memset_sOptTc, true}};
+
+constexpr size_t kTooLarge = size_t{1} << 31;
+
+using Bytes = std::vector<uint8_t>;
+
+Bytes Counted(size_t size) {
+  Bytes bytes(size);
+  std::iota(bytes.begin(), bytes.end(), uint8_t{1});
+  return bytes;
+}
+
+// Every placement of two ranges in a few bytes, judged byte by byte.
+TEST(BoundedCopy, EveryGeometryInASmallArena) {
+  constexpr size_t kArena = 9;
+  for (const NamedCopy& copy : kCopies) {
+    for (size_t dest = 0; dest < kArena; ++dest) {
+      for (size_t src = 0; src < kArena; ++src) {
+        for (size_t capacity = 0; capacity <= kArena - dest; ++capacity) {
+          for (size_t count = 0; count <= capacity + 2; ++count) {
+            if (src + count > kArena) continue;
+            bool shared = false;
+            for (size_t i = 0; i < count; ++i) {
+              shared |= src + i >= dest && src + i < dest + count;
+            }
+            Bytes expected = Counted(kArena);
+            int code = 0;
+            if (capacity == 0) {
+              code = 34;
+            } else if (count > capacity) {
+              code = 162;
+            } else if (shared && dest != src) {
+              code = 182;
+            }
+            if (code > 34) {
+              std::fill_n(expected.begin() + static_cast<long>(dest), capacity, uint8_t{0});
+            } else if (code == 0 && dest != src) {
+              std::memcpy(&expected[dest], &expected[src], count);
+            }
+            Bytes arena = Counted(kArena);
+            ASSERT_EQ(copy.call(&arena[dest], capacity, &arena[src], count), code)
+                << copy.name << " dest " << dest << " src " << src << " capacity " << capacity
+                << " count " << count;
+            ASSERT_EQ(arena, expected) << copy.name << " dest " << dest << " src " << src
+                                       << " capacity " << capacity << " count " << count;
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(BoundedCopy, JudgesCapacityBeforePointersBeforeLengths) {
+  for (const NamedCopy& copy : kCopies) {
+    SCOPED_TRACE(copy.name);
+    Bytes bytes = Counted(10);
+    Bytes other = Counted(20);
+    const auto call = [&](void* dest, size_t capacity, const void* src, size_t count) {
+      return copy.call(dest, capacity, src, count);
+    };
+    EXPECT_EQ(call(nullptr, 10, other.data(), 4), 22);
+    EXPECT_EQ(call(nullptr, 10, nullptr, 4), 22);
+    EXPECT_EQ(call(nullptr, 0, nullptr, 0), 34);
+    EXPECT_EQ(call(bytes.data(), 0, nullptr, 4), 34);
+    EXPECT_EQ(call(bytes.data(), kTooLarge, nullptr, 4), 34);
+    EXPECT_EQ(call(bytes.data(), SIZE_MAX, bytes.data(), 4), 34);
+    EXPECT_EQ(call(bytes.data(), kTooLarge, bytes.data() + 2, 4), 34);
+    EXPECT_EQ(bytes, Counted(10));
+    EXPECT_EQ(call(bytes.data(), 10, nullptr, 0), 150);
+    EXPECT_EQ(bytes, Bytes(10, 0));
+    bytes = Counted(10);
+    EXPECT_EQ(call(bytes.data(), 10, nullptr, 11), 150);
+    EXPECT_EQ(bytes, Bytes(10, 0));
+    EXPECT_EQ(call(bytes.data(), 10, other.data(), SIZE_MAX), 162);
+
+    for (const size_t capacity : {kTooLarge - 1, kTooLarge, SIZE_MAX}) {
+      Bytes dest(20, 0xEE);
+      const bool allowed = capacity < kTooLarge || copy.lenient;
+      EXPECT_EQ(call(dest.data(), capacity, other.data(), 20), allowed ? 0 : 34);
+      EXPECT_EQ(dest, allowed ? other : Bytes(20, 0xEE));
+    }
+  }
+}
+
+TEST(BoundedCopy, EveryLengthAndAlignmentBetweenGuards) {
+  for (const NamedCopy& copy : kCopies) {
+    for (size_t count = 1; count <= 130; ++count) {
+      GuardedBuffer src(count);
+      GuardedBuffer dest(count);
+      const Bytes data = Counted(count);
+      std::memcpy(src.data(), data.data(), count);
+      src.set_read_only(true);
+      ASSERT_EQ(copy.call(dest.data(), count, src.data(), count), 0) << copy.name << ' ' << count;
+      ASSERT_EQ(std::memcmp(dest.data(), data.data(), count), 0) << copy.name << ' ' << count;
+      ASSERT_TRUE(dest.front_intact()) << copy.name << ' ' << count;
+    }
+    // The capacity behind the copied bytes stays as it was, at every offset.
+    for (size_t offset = 0; offset < 16; ++offset) {
+      for (size_t count = 1; count <= 70; ++count) {
+        Bytes dest(128, 0xEE);
+        const Bytes src = Counted(128);
+        copy.call(&dest[offset], 128 - offset, &src[15 - offset], count);
+        Bytes expected(128, 0xEE);
+        std::memcpy(&expected[offset], &src[15 - offset], count);
+        ASSERT_EQ(dest, expected) << copy.name << ' ' << offset << ' ' << count;
+      }
+    }
+  }
+}
+
+TEST(BoundedFill, ResultsAndState) {
+  for (const NamedFill& fill : kFills) {
+    SCOPED_TRACE(fill.name);
+    for (size_t capacity = 0; capacity <= 70; ++capacity) {
+      for (size_t count = 0; count <= capacity + 2; ++count) {
+        GuardedBuffer dest(capacity + 1);  // one byte behind the capacity
+        std::memset(dest.data(), 0x11, capacity + 1);
+        const int code = count <= capacity ? 0 : capacity == 0 ? 34 : 162;
+        ASSERT_EQ(fill.call(dest.data(), capacity, 0x1AB, count), code) << capacity << ' ' << count;
+        const size_t filled = code == 34 ? 0 : std::min(count, capacity);
+        for (size_t i = 0; i <= capacity; ++i) {
+          ASSERT_EQ(dest[i], i < filled ? 0xAB : 0x11) << capacity << ' ' << count << ' ' << i;
+        }
+        ASSERT_TRUE(dest.front_intact());
+      }
+    }
+    uint8_t bytes[4] = {1, 2, 3, 4};
+    EXPECT_EQ(fill.call(nullptr, 4, 0, 4), 22);
+    EXPECT_EQ(fill.call(nullptr, 4, 0, 9), 22);
+    EXPECT_EQ(fill.call(nullptr, 0, 0, 0), 34);
+    EXPECT_EQ(fill.call(nullptr, kTooLarge, 0, 1), 34);
+    EXPECT_EQ(fill.call(bytes, SIZE_MAX - 1, 0, SIZE_MAX), 34);
+    EXPECT_EQ(bytes[0], 1);
+    EXPECT_EQ(fill.call(bytes, kTooLarge - 1, 9, 1), 0);
+    EXPECT_EQ(fill.call(bytes, kTooLarge, 7, 3), fill.lenient ? 0 : 34);
+    EXPECT_EQ(bytes[0], fill.lenient ? 7 : 9);
+    EXPECT_EQ(bytes[3], 4);
+  }
+}
+
+TEST(BoundedMove, EqualsAMoveThroughACopy) {
+  constexpr size_t kArena = 110;
+  for (size_t dst = 0; dst < kArena; ++dst) {
+    for (size_t src = 0; src < kArena; src += dst % 3 == 0 ? 1 : 7) {
+      for (size_t count = 0; count <= kArena - std::max(dst, src); ++count) {
+        Bytes arena = Counted(kArena);
+        Bytes expected = arena;
+        std::copy_n(arena.begin() + static_cast<long>(src), count,
+                    expected.begin() + static_cast<long>(dst));
+        ASSERT_EQ(util_memmove(&arena[dst], &arena[src], count), &arena[dst]);
+        ASSERT_EQ(arena, expected) << dst << ' ' << src << ' ' << count;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vantro::test

@@ -1,0 +1,107 @@
+// The exported ways to write to a stream, and the engine and helper called directly.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdarg>
+#include <cstring>
+#include <string>
+
+#include "vantro/bounded.h"
+
+extern "C" int FormatFromC(char* text, size_t capacity);
+
+namespace vantro::test {
+namespace {
+
+int Engine(OutStream* stream, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const int result = Tarvel_output_s(stream, format, args);
+  va_end(args);
+  return result;
+}
+
+int Helper(char* string, size_t count, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const int result = vsnprintf_helper(string, count, format, args);
+  va_end(args);
+  return result;
+}
+
+TEST(BoundedStream, WritersStoreWhatFitsAndReportTheRest) {
+  char bytes[9] = "--------";
+  OutStream stream = {5, bytes};
+  int count = 10;
+  write_char_a('a' + 256, &stream, &count);
+  write_string_a("bcXY", 2, &stream, &count);
+  EXPECT_EQ(count, 13);
+  EXPECT_EQ(stream.count, 2);
+  EXPECT_EQ(stream.cur, bytes + 3);
+  write_multi_char_a('.', 0, &stream, &count);
+  write_multi_char_a('.', -3, &stream, &count);
+  write_string_a("zz", -1, &stream, &count);
+  EXPECT_EQ(count, 13);
+  write_multi_char_a('*', 3, &stream, &count);
+  EXPECT_EQ(count, -1);
+  EXPECT_EQ(stream.count, -1);
+  EXPECT_STREQ(bytes, "abc**---");
+  count = 4;
+  write_string_a("long", 4, &stream, &count);
+  EXPECT_EQ(count, -1);
+  EXPECT_EQ(stream.count, -2);
+  EXPECT_STREQ(bytes, "abc**---");
+
+  stream = {INT_MIN, bytes};
+  write_char_a('!', &stream, &count);
+  EXPECT_EQ(stream.count, INT_MIN);
+
+  stream = {3, bytes};
+  EXPECT_EQ(putWcharStrEndingZero(&stream, 2), 1);
+  EXPECT_EQ(putWcharStrEndingZero(&stream, 0), 1);
+  EXPECT_EQ(putWcharStrEndingZero(&stream, 2), 0);
+  EXPECT_EQ(std::string(bytes, 4), std::string("\0\0\0*", 4));
+  EXPECT_EQ(stream.count, -1);
+}
+
+TEST(BoundedStream, EngineWritesNoTerminator) {
+  char bytes[9] = "--------";
+  OutStream stream = {4, bytes};
+  EXPECT_EQ(Engine(&stream, "%d", 1234), 4);
+  EXPECT_STREQ(bytes, "1234----");
+  EXPECT_EQ(stream.count, 0);
+  EXPECT_EQ(Engine(&stream, ""), 0);
+  EXPECT_EQ(Engine(&stream, "%s", ""), 0);
+  EXPECT_EQ(Engine(&stream, "x"), -1);
+  EXPECT_EQ(stream.count, -1);
+  EXPECT_EQ(Engine(nullptr, "x"), -1);
+  EXPECT_EQ(Engine(&stream, nullptr), -1);
+}
+
+TEST(BoundedStream, HelperTellsLackOfRoomFromABadFormat) {
+  char bytes[9] = "--------";
+  EXPECT_EQ(Helper(bytes, 5, "%d", 1234), 4);
+  EXPECT_EQ(std::string(bytes, 8), std::string("1234\0---", 8));
+  EXPECT_EQ(Helper(bytes, 4, "%s", "wxyz"), -2);
+  EXPECT_EQ(bytes[3], '\0');
+  EXPECT_EQ(Helper(bytes, 4, "%s", "wxyz and more"), -2);
+  EXPECT_EQ(Helper(bytes, 8, "ab%n", nullptr), -1);
+  EXPECT_EQ(bytes[7], '\0');
+  EXPECT_EQ(Helper(bytes, 1, "%s", ""), 0);
+  EXPECT_EQ(bytes[0], '\0');
+  std::strcpy(bytes, "--------");
+  EXPECT_EQ(Helper(bytes, 0, "x"), -1);
+  EXPECT_EQ(Helper(bytes, size_t{INT_MAX} + 1, "x"), -1);
+  EXPECT_EQ(Helper(bytes, 8, nullptr), -1);
+  EXPECT_EQ(Helper(nullptr, 8, "x"), -1);
+  EXPECT_STREQ(bytes, "--------");
+}
+
+TEST(BoundedStream, HeadersServeC) {
+  char text[32];
+  EXPECT_EQ(FormatFromC(text, sizeof(text)), 9);
+  EXPECT_STREQ(text, "7 of nine");
+}
+
+}  // namespace
+}  // namespace vantro::test

@@ -1,0 +1,150 @@
+// Bounded string copies and joins: results and destination, exhaustively in a small arena.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "tests/support/guarded_buffer.h"
+#include "vantro/bounded.h"
+
+namespace vantro::test {
+namespace {
+
+constexpr size_t kArena = 8;
+
+// A few bytes that both strings lie in, with an inaccessible page behind them. The walkers below
+// go one byte at a time and give up where a byte outside would be needed.
+struct Walk {
+  std::string bytes;
+  int code = 0;
+};
+
+std::optional<Walk> WalkCopy(std::string bytes, size_t dest, size_t capacity, size_t src) {
+  size_t length = 0;
+  while (length < capacity) {
+    if (src + length >= kArena) return std::nullopt;
+    if (bytes[src + length] == '\0') break;
+    ++length;
+  }
+  if (length == capacity) {
+    bytes[dest] = '\0';
+    return Walk{bytes, 162};
+  }
+  if (dest == src) return Walk{bytes, 0};
+  for (size_t i = 0; i <= length; ++i) {
+    if (src + i >= dest && src + i <= dest + length) {  // a byte of both ranges
+      bytes[dest] = '\0';
+      return Walk{bytes, 182};
+    }
+  }
+  std::copy_n(bytes.begin() + static_cast<long>(src), length + 1,
+              bytes.begin() + static_cast<long>(dest));
+  return Walk{bytes, 0};
+}
+
+std::optional<Walk> WalkJoin(std::string bytes, size_t dest, size_t capacity, size_t src) {
+  const auto refuse = [&](int code) {
+    bytes[dest] = '\0';
+    return Walk{bytes, code};
+  };
+  const size_t end = dest + capacity;
+  size_t to = dest;
+  while (true) {
+    if (to == end) return refuse(150);
+    if (dest < src && to == src) return refuse(182);
+    if (bytes[to] == '\0') break;
+    ++to;
+  }
+  for (size_t from = src;; ++from, ++to) {
+    if (to == end) return refuse(162);
+    if (dest < src ? to == src : from == dest) return refuse(182);
+    if (from >= kArena) return std::nullopt;
+    bytes[to] = bytes[from];
+    if (bytes[to] == '\0') return Walk{bytes, 0};
+  }
+}
+
+template <typename Call, typename Model>
+void TryEveryArena(Call call, Model model) {
+  GuardedBuffer arena(kArena);
+  for (unsigned ends = 0; ends < 1u << kArena; ++ends) {  // where terminators stand
+    std::string bytes(kArena, '\0');
+    for (size_t i = 0; i < kArena; ++i) {
+      if ((ends >> i & 1u) == 0) bytes[i] = static_cast<char>('a' + i);
+    }
+    for (size_t dest = 0; dest < kArena; ++dest) {
+      for (size_t src = 0; src < kArena; ++src) {
+        for (size_t capacity = 1; capacity <= kArena - dest; ++capacity) {
+          const std::optional<Walk> expected = model(bytes, dest, capacity, src);
+          if (!expected) continue;
+          std::memcpy(arena.data(), bytes.data(), kArena);
+          auto* text = reinterpret_cast<char*>(arena.data());
+          ASSERT_EQ(call(text + dest, capacity, text + src), expected->code)
+              << "ends " << ends << " dest " << dest << " src " << src << " capacity " << capacity;
+          ASSERT_EQ(std::string(text, kArena), expected->bytes)
+              << "ends " << ends << " dest " << dest << " src " << src << " capacity " << capacity;
+        }
+      }
+    }
+  }
+}
+
+TEST(BoundedString, CopiesInEveryGeometry) { TryEveryArena(strcpy_s, WalkCopy); }
+
+TEST(BoundedString, JoinsInEveryGeometry) { TryEveryArena(strcat_s, WalkJoin); }
+
+TEST(BoundedString, JudgesCapacityThenDestinationThenSource) {
+  constexpr size_t kTooLarge = size_t{1} << 31;
+  for (const auto call : {strcpy_s, strcpy_error, strcat_s}) {
+    char text[8] = "dest";
+    for (const size_t capacity : {size_t{0}, kTooLarge, SIZE_MAX}) {
+      EXPECT_EQ(call(text, capacity, "x"), 34);
+      EXPECT_EQ(call(nullptr, capacity, nullptr), 34);
+    }
+    EXPECT_EQ(call(nullptr, 8, nullptr), 22);
+    EXPECT_EQ(call(nullptr, 8, "x"), 22);
+    EXPECT_STREQ(text, "dest");
+    EXPECT_EQ(call(text, 8, nullptr), 150);
+    EXPECT_STREQ(text, "");
+  }
+  char text[8] = "dest";
+  EXPECT_EQ(strcpy_s(text, kTooLarge - 1, "large"), 0);
+  EXPECT_STREQ(text, "large");
+  EXPECT_EQ(strcat_s(text, kTooLarge - 1, "r"), 0);
+  EXPECT_STREQ(text, "larger");
+  // The refusal alone: success when the source would fit, and never a copy.
+  EXPECT_EQ(strcpy_error(text, 7, "123456"), 0);
+  EXPECT_STREQ(text, "larger");
+  EXPECT_EQ(strcpy_error(text, 6, "123456"), 162);
+  EXPECT_STREQ(text, "");
+}
+
+TEST(BoundedString, CopiesEveryLengthBetweenGuards) {
+  for (size_t length = 0; length <= 80; ++length) {
+    const std::string text(length, 'q');
+    GuardedBuffer src(length + 1);
+    std::memcpy(src.data(), text.c_str(), length + 1);
+    GuardedBuffer dest(length + 1);
+    auto* to = reinterpret_cast<char*>(dest.data());
+    const auto* from = reinterpret_cast<const char*>(src.data());
+    ASSERT_EQ(strcpy_s(to, length + 1, from), 0);
+    ASSERT_EQ(text, to);
+    if (length == 0) continue;
+    ASSERT_EQ(strcpy_s(to, length, from), 162);
+    ASSERT_EQ(to[0], '\0');
+    ASSERT_EQ(strcat_s(to, length + 1, from), 0);
+    ASSERT_EQ(text, to);
+    // A source without a terminator is not read past the capacity.
+    std::memset(src.data(), 'u', length + 1);
+    ASSERT_EQ(strcpy_s(to, length + 1, from), 162);
+    ASSERT_EQ(strcat_s(to, length + 1, from), 162);
+    ASSERT_EQ(to[0], '\0');
+    ASSERT_TRUE(dest.front_intact());
+  }
+}
+
+}  // namespace
+}  // namespace vantro::test
