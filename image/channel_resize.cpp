@@ -1,8 +1,12 @@
-// Bilinear resizers of one byte channel: one core, with the summing rule, the rounding and the log
-// lines of each entry point.
+// Bilinear resizers of one byte channel in single precision: one core, with the summing rule, the
+// rounding and the log lines of each entry point.
 
+#include <algorithm>
+#include <cstdint>
+
+#include "image/bilinear_sum_kernels.h"
 #include "image/bilinear_tables.h"
-#include "image/channel_resize_kernels.h"
+#include "image/row_spread.h"
 #include "support/log.h"
 #include "vantro/image.h"
 
@@ -31,8 +35,39 @@ bool Drawable(const ChannelSizes& sizes, int step) {
          sizes.dst_width >= 1 && sizes.dst_height >= 1 && step >= 1;
 }
 
+struct SumRule {
+  decltype(&SumGrouped) sum;
+  float bias;
+};
+
+// Where the elements of a destination go, in bytes.
+struct ChannelTarget {
+  uint8_t* data;
+  int64_t step;
+  int64_t pitch;
+};
+
+void ResizeStrip(const ChannelSource& source, const BilinearTables& tables, const SumRule& rule,
+                 int first, int count, int height, const ChannelTarget& target) {
+  const BilinearAxis& columns = tables.columns();
+  const BilinearAxis& rows = tables.rows();
+  RowSpreader spreader(source, {columns.first + first, columns.second + first, count});
+  const AxisWeights<float> weights = {columns.first_weight + first, columns.second_weight + first,
+                                      count};
+  uint8_t packed[kStripColumns];
+  uint8_t* dst = target.data + first * target.step;
+  for (int y = 0; y < height; ++y, dst += target.pitch) {
+    const auto [upper, lower] = spreader.Rows(rows.first[y], rows.second[y]);
+    uint8_t* const out = target.step == 1 ? dst : packed;
+    rule.sum(*upper, *lower, weights, {rows.first_weight[y], rows.second_weight[y]}, rule.bias,
+             out);
+    if (target.step == 1) continue;
+    for (int x = 0; x < count; ++x) dst[x * target.step] = packed[x];
+  }
+}
+
 void Resize(const LogSite& site, const unsigned char* src, unsigned char* dst,
-            const ChannelSizes& sizes, int src_step, int dst_step, BilinearRule rule) {
+            const ChannelSizes& sizes, int src_step, int dst_step, const SumRule& rule) {
   if (src == nullptr || dst == nullptr) {
     VANTRO_LOGE(site.tag, "%s %d input error!", site.label, site.input_line);
     return;
@@ -44,9 +79,14 @@ void Resize(const LogSite& site, const unsigned char* src, unsigned char* dst,
     return;
   }
   tables.Fill(sizes.src_width, sizes.src_height);
-  const int64_t step = src_step;
-  ResizeChannel({src, step, step * sizes.src_stride, step * (sizes.src_width - 1) + 1}, tables,
-                rule, dst, sizes.dst_width, sizes.dst_height, dst_step);
+  const ChannelSource source =
+      MakeChannelSource(src, src_step, int64_t{src_step} * sizes.src_stride, sizes.src_width);
+  const ChannelTarget target = {dst, dst_step, int64_t{dst_step} * sizes.dst_width};
+  for (int first = 0; first < sizes.dst_width;) {
+    const int count = std::min(kStripColumns, sizes.dst_width - first);
+    ResizeStrip(source, tables, rule, first, count, sizes.dst_height, target);
+    first += count;
+  }
 }
 
 }  // namespace
@@ -55,28 +95,26 @@ void Resize(const LogSite& site, const unsigned char* src, unsigned char* dst,
 void ResizeUchar(const unsigned char* src, unsigned char* dst, int srcW, int srcH, int dstW,
                  int dstH) {
   vantro::Resize({vantro::kTagVideo, "Resize", 581, 595}, src, dst, {srcW, srcW, srcH, dstW, dstH},
-                 1, 1, {vantro::BilinearSum::kGrouped, 0.5f});
+                 1, 1, {&vantro::SumGrouped, 0.5f});
 }
 
 extern "C" void vantro_c::ResizeUchar(const unsigned char* src, unsigned char* dst, int srcW,
                                       int srcH, int dstW, int dstH) {
   vantro::Resize({vantro::kTagPlain, "ResizeUchar", 239, 253}, src, dst,
-                 {srcW, srcW, srcH, dstW, dstH}, 1, 1, {vantro::BilinearSum::kInOrder, 0.5f});
+                 {srcW, srcW, srcH, dstW, dstH}, 1, 1, {&vantro::SumInOrder, 0.5f});
 }
 
 void ResizeUcharChl(const unsigned char* src, unsigned char* dst, int srcW, int srcStride, int srcH,
                     int dstW, int dstH, int step) {
   VANTRO_LOGI(vantro::kTagVideo, "%s Plimra_Process_ResizeUcharChlY_begin ", "ResizeUcharChl");
   vantro::Resize({vantro::kTagVideo, "ResizeUcharChl", 781, 795}, src, dst,
-                 {srcW, srcStride, srcH, dstW, dstH}, step, step,
-                 {vantro::BilinearSum::kInOrder, 0.0f});
+                 {srcW, srcStride, srcH, dstW, dstH}, step, step, {&vantro::SumInOrder, 0.0f});
 }
 
 void ResizeUYVYtoYChl(const unsigned char* src, unsigned char* dst, int srcW, int srcStride,
                       int srcH, int dstW, int dstH, int step) {
   vantro::Resize({vantro::kTagVideo, "ResizeUYVYtoYChl", 402, 416}, src, dst,
-                 {srcW, srcStride, srcH, dstW, dstH}, step, 1,
-                 {vantro::BilinearSum::kInOrder, 0.5f});
+                 {srcW, srcStride, srcH, dstW, dstH}, step, 1, {&vantro::SumInOrder, 0.5f});
 }
 
 void ResizeUYVYtoY(const unsigned char* src, unsigned char* dst, int srcW, int srcStride, int srcH,

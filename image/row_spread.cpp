@@ -1,0 +1,115 @@
+#include "image/row_spread.h"
+
+#include <algorithm>
+
+#include "support/simd_targets.h"
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "image/row_spread.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vantro {
+namespace HWY_NAMESPACE {
+namespace {
+namespace hn = hwy::HWY_NAMESPACE;
+
+void Spread(const uint8_t* row, int64_t step, const StripColumns& columns,
+            [[maybe_unused]] const SpreadPlan& plan, SpreadRow& out) {
+  alignas(64) uint8_t left[kStripColumns];
+  alignas(64) uint8_t right[kStripColumns];
+  int x = 0;
+#if HWY_TARGET != HWY_SCALAR
+  if (plan.windows > 0) {
+    const hn::Full128<uint8_t> d;
+    const hn::Half<decltype(d)> half;
+    for (int g = 0; x + SpreadPlan::kGroup <= columns.count; ++g, x += SpreadPlan::kGroup) {
+      const uint8_t* const window = row + plan.base[g];
+      auto samples = hn::TableLookupBytesOr0(hn::LoadU(d, window), hn::Load(d, plan.choice[g][0]));
+      for (int k = 1; k < plan.windows; ++k) {
+        samples =
+            hn::Or(samples, hn::TableLookupBytesOr0(hn::LoadU(d, window + k * SpreadPlan::kWindow),
+                                                    hn::Load(d, plan.choice[g][k])));
+      }
+      hn::Store(hn::LowerHalf(half, samples), half, left + x);
+      hn::Store(hn::UpperHalf(half, samples), half, right + x);
+    }
+  }
+#endif
+  for (; x < columns.count; ++x) {
+    left[x] = row[columns.left[x] * step];
+    right[x] = row[columns.right[x] * step];
+  }
+  for (int i = 0; i < columns.count; ++i) out.left[i] = left[i];
+  for (int i = 0; i < columns.count; ++i) out.right[i] = right[i];
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace vantro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#include "support/simd_dispatch.h"
+namespace vantro {
+namespace {
+
+VANTRO_KERNEL_TABLE(Spread);
+
+constexpr uint8_t kNone = 0x80;  // shuffle index that gives 0 on every processor
+
+void MakePlan(const ChannelSource& source, const StripColumns& columns, SpreadPlan& plan) {
+  constexpr int kGroup = SpreadPlan::kGroup;
+  constexpr int kWindow = SpreadPlan::kWindow;
+  const int groups = columns.count / kGroup;
+  int64_t span = 0;
+  for (int g = 0; g < groups; ++g) {
+    const int first = g * kGroup;
+    const int64_t distance = int64_t{columns.right[first + kGroup - 1]} - columns.left[first];
+    span = std::max(span, distance * source.step + 1);
+  }
+  plan.windows = 0;
+  const int64_t windows = (span + kWindow - 1) / kWindow;
+  if (windows > SpreadPlan::kMaxWindows || windows * kWindow > source.row_bytes) return;
+  plan.windows = static_cast<int>(windows);
+  for (int g = 0; g < groups; ++g) {
+    const int first = g * kGroup;
+    // The last windows end with the row, so that nothing behind it is read.
+    plan.base[g] =
+        std::min(columns.left[first] * source.step, source.row_bytes - windows * kWindow);
+    std::fill_n(&plan.choice[g][0][0], windows * kWindow, kNone);
+    for (int i = 0; i < kGroup; ++i) {
+      const int64_t left = columns.left[first + i] * source.step - plan.base[g];
+      const int64_t right = columns.right[first + i] * source.step - plan.base[g];
+      plan.choice[g][left / kWindow][i] = static_cast<uint8_t>(left % kWindow);
+      plan.choice[g][right / kWindow][kGroup + i] = static_cast<uint8_t>(right % kWindow);
+    }
+  }
+}
+
+}  // namespace
+
+RowSpreader::RowSpreader(const ChannelSource& source, const StripColumns& columns)
+    : source_(source), columns_(columns) {
+  MakePlan(source_, columns_, plan_);
+}
+
+std::pair<const SpreadRow*, const SpreadRow*> RowSpreader::Rows(int32_t upper, int32_t lower) {
+  const auto fill = [this](SpreadRow& slot, int32_t row) {
+    if (slot.source_row == row) return;
+    VANTRO_KERNEL(Spread)
+    (source_.data + row * source_.pitch, source_.step, columns_, plan_, slot);
+    slot.source_row = row;
+  };
+  // Going down, the lower row often becomes the upper one.
+  if (slots_[upper_slot_].source_row != upper) upper_slot_ ^= 1;
+  SpreadRow& first = slots_[upper_slot_];
+  SpreadRow& second = slots_[upper_slot_ ^ 1];
+  fill(first, upper);
+  if (lower == upper) return {&first, &first};
+  fill(second, lower);
+  return {&first, &second};
+}
+
+}  // namespace vantro
+#endif  // HWY_ONCE
