@@ -12,9 +12,16 @@ namespace vantro::engine {
 namespace {
 
 constexpr size_t kMaskBytes = static_cast<size_t>(kMaskSide) * kMaskSide;
+// Sides of the network's picture. A frame of the largest size is then reduced by at most 256, which
+// the sampler's sums hold.
+constexpr size_t kSmallestInput = 128;
+constexpr size_t kLargestInput = 1024;
 // The close look takes in this much more than the crop box, so that it can find what the first
 // look missed.
 constexpr float kRefineScale = 1.2f;
+// It is worth the while if it covers at most this much of what the first look covered: then the
+// person is seen in finer samples.
+constexpr float kRefineShare = 0.85f;
 
 // The smallest region of the network's own proportions that holds the whole frame, around its
 // middle. Frames are not squeezed to the network's shape: people are recognised better in their
@@ -59,8 +66,11 @@ std::unique_ptr<Engine> Engine::Create(const char* model_dir, Purpose purpose, s
   std::optional<ModelGraph> graph = LoadModel(model_dir, error);
   if (!graph) return nullptr;
   const Tensor& input = graph->tensors[graph->input];
-  if (input.rows() % kCellSide != 0 || input.columns() % kCellSide != 0) {
-    *error = "the model's input is of an odd size";
+  const auto fits = [](size_t side) {
+    return side >= kSmallestInput && side <= kLargestInput && side % kCellSide == 0;
+  };
+  if (!fits(input.rows()) || !fits(input.columns())) {
+    *error = "the model's picture is of a size that this engine does not serve";
     return nullptr;
   }
   std::unique_ptr<Network> network = Network::Create(std::move(*graph), error);
@@ -128,15 +138,13 @@ bool Engine::RefineFrame(const FrameView& frame, const Segmentation& result) {
                       frame.data == last_frame_.data && frame.stride == last_frame_.stride;
   if (!looked && !SegmentFrame(frame, result)) return false;
   may_refine_ = false;
-  if (!person_found_) {
-    WriteNobody(frame, result);
-    return true;
-  }
+  if (!person_found_) return true;
   const Region region = AroundCrop(found_crop_, frame, *network_);
+  if (region.width > kRefineShare * AroundFrame(frame, *network_).width) return true;
   if (!RunNetwork(frame, region)) return false;
   const ProbabilityMap map{network_->output(), network_->rows(), network_->columns(), region};
   const std::optional<Bounds> person = finder_.Find(map, frame.width, frame.height);
-  if (!person) return true;  // the first look's result stands
+  if (!person) return true;
   SetTightBox(*person, frame.width, frame.height, result.person_box);
   SetCropBox(*person, frame.width, frame.height, result.crop_box);
   WriteMask(map, *result.crop_box, result.mask);

@@ -34,8 +34,9 @@ class Engine {
   // video: boxes and edges are steadied.
   bool SegmentFrame(const FrameView& frame, const Segmentation& result);
 
-  // Looks again, closely, where SegmentFrame found a person in this frame, and replaces its
-  // result. Without such a call before, it is made first.
+  // Looks again, closely, where SegmentFrame has just found a person in this frame, and replaces
+  // its result, which is given again. Leaves it where a closer look shows nothing new. Without such
+  // a call before, it is made first.
   bool RefineFrame(const FrameView& frame, const Segmentation& result);
 
  private:

@@ -28,6 +28,7 @@ Span MakeSpan(int index, int count, float origin, float extent, int limit) {
   span.last =
       static_cast<int>(std::clamp(std::ceil(end) - 1.0f, static_cast<float>(span.first), top));
   span.length = length;
+  span.beyond = end <= 0.0f || begin >= static_cast<float>(limit);
   if (span.first == span.last) {
     span.first_weight = length;
     span.last_weight = 0.0f;
@@ -136,6 +137,11 @@ void FrameSampler::Sample(const FrameView& frame, const Region& region, float* r
   const uint16_t* sums = luma_sums_.data();
   const uint16_t* chroma = chroma_sums_.data();
   for (size_t row = 0; row < luma_rows_.size(); ++row, rgb += 3 * columns_) {
+    if (row > 0 && luma_rows_[row].beyond && luma_rows_[row - 1].beyond &&
+        luma_rows_[row].first == luma_rows_[row - 1].first) {
+      std::copy_n(rgb - 3 * columns_, 3 * columns_, rgb);
+      continue;
+    }
     if (frame.format == VANTRO_FORMAT_UYVY) {
       const float scale = 1.0f / (255.0f * SumRows(frame.data, 2 * stride, luma_rows_[row],
                                                    luma_sums_.size(), luma_sums_.data()));

@@ -38,7 +38,8 @@ class FrameSampler {
  public:
   FrameSampler(int rows, int columns) : rows_(rows), columns_(columns) {}
 
-  // Writes rows * columns * 3 floats in 0..1. The frame is valid() and the region not empty.
+  // Writes rows * columns * 3 floats in 0..1. The frame is valid(), the region is not empty and
+  // has at most 256 pixels a sample each way.
   // Allocates only when the frame's geometry or the region differ from the call before.
   void Sample(const FrameView& frame, const Region& region, float* rgb);
 
@@ -49,6 +50,7 @@ class FrameSampler {
     float first_weight;
     float last_weight;
     float length;  // sum of all weights
+    bool beyond;   // the sample lies outside the frame
   };
 
  private:

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <limits>
+#include <utility>
 
 #include "engine/probability_map.h"
 
@@ -10,10 +13,16 @@ namespace {
 
 // Share of the new probability where nothing moves.
 constexpr float kStillGain = 0.25f;
-// Changes of a cell's mean colour, which is 1 at most: below the first there is only noise (that of
-// a single pixel is averaged away), above the second the probability is taken as it comes.
+// Changes of a cell's mean colour, which is 1 at most. Below the first there is only noise, unless
+// the noise asks for more; kMotionRange above it the probability is taken as it comes.
 constexpr float kStillChange = 0.012f;
-constexpr float kMovingChange = 0.04f;
+constexpr float kMotionRange = 0.028f;
+// Noise is what half of the cells change by even in the calmest of the last frames: a quieter frame
+// lowers the estimate at once, motion all over the picture raises it slowly and not beyond a limit.
+// The largest of nine neighbours is seldom above three times as much.
+constexpr float kNoiseGrowth = 1.02f;
+constexpr float kMostNoise = 0.018f;
+constexpr float kNoiseMargin = 3.0f;
 // A new scene: this share of the cells changes by more than kSceneChange. Lively talking heads stay
 // below 0.16, cuts between similar shots of one room reach 0.28, others 0.9.
 constexpr float kSceneChange = 0.06f;
@@ -33,6 +42,7 @@ TemporalFilter::TemporalFilter(int rows, int columns)
       cells_(3 * Area(cell_rows_, cell_columns_)),
       last_cells_(cells_.size()),
       motion_(Area(cell_rows_, cell_columns_)),
+      sorted_(motion_.size()),
       smoothed_(Area(rows, columns)) {}
 
 void TemporalFilter::AverageCells(const float* rgb) {
@@ -61,6 +71,13 @@ float TemporalFilter::MeasureMotion() {
   return static_cast<float>(changed) / static_cast<float>(motion_.size());
 }
 
+void TemporalFilter::EstimateNoise() {
+  sorted_ = motion_;
+  const auto middle = sorted_.begin() + static_cast<std::ptrdiff_t>(sorted_.size() / 2);
+  std::nth_element(sorted_.begin(), middle, sorted_.end());
+  noise_ = std::min({*middle, noise_ * kNoiseGrowth, kMostNoise});
+}
+
 // The largest change in the cell and its neighbours: an edge that moves into a cell is still near.
 float TemporalFilter::MotionAround(int row, int column) const {
   float largest = 0.0f;
@@ -79,12 +96,15 @@ const float* TemporalFilter::Apply(const float* rgb, const float* probabilities)
   std::swap(cells_, last_cells_);
   if (scene_began_) {
     std::copy_n(probabilities, smoothed_.size(), smoothed_.begin());
+    noise_ = std::numeric_limits<float>::max();
     return smoothed_.data();
   }
+  EstimateNoise();
+  const float still_change = std::max(kStillChange, kNoiseMargin * noise_);
   for (int row = 0; row < cell_rows_; ++row) {
     for (int column = 0; column < cell_columns_; ++column) {
-      const float moving = std::clamp(
-          (MotionAround(row, column) - kStillChange) / (kMovingChange - kStillChange), 0.0f, 1.0f);
+      const float moving =
+          std::clamp((MotionAround(row, column) - still_change) / kMotionRange, 0.0f, 1.0f);
       const float gain = kStillGain + (1.0f - kStillGain) * moving;
       const size_t corner =
           Area(row * kCellSide, columns_) + static_cast<size_t>(column * kCellSide);

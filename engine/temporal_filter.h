@@ -28,6 +28,7 @@ class TemporalFilter {
   void AverageCells(const float* rgb);
   // Writes each cell's largest change of a colour channel. Returns the share of changed cells.
   float MeasureMotion();
+  void EstimateNoise();
   float MotionAround(int row, int column) const;
 
   int rows_;
@@ -37,7 +38,9 @@ class TemporalFilter {
   std::vector<float> cells_;  // mean colour of the cells of this frame and the one before
   std::vector<float> last_cells_;
   std::vector<float> motion_;
+  std::vector<float> sorted_;  // scratch
   std::vector<float> smoothed_;
+  float noise_ = 0.0f;  // change of a cell in which nothing moves
   bool started_ = false;
   bool scene_began_ = false;
 };
