@@ -1,0 +1,183 @@
+// Resizers that turn by minus 90 degrees: bilinear in double precision, and by integer steps.
+// Destination column x takes source row x, destination row dst_height-1-k source column k, both
+// scaled.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "image/plane_resize.h"
+#include "image/transpose.h"
+#include "vantro/image.h"
+
+namespace vantro {
+namespace {
+
+struct Rotation {
+  const uint8_t* src;
+  int src_width;
+  int src_height;
+  int src_stride;
+  int dst_width;
+  int dst_height;
+  int dst_pitch;
+
+  bool Drawable(const uint8_t* dst) const {
+    return src != nullptr && dst != nullptr && src_width >= 1 && src_height >= 1 &&
+           src_stride >= src_width && dst_width >= 1 && dst_height >= 1 && dst_pitch >= dst_width;
+  }
+  int step() const { return src_width / dst_height; }
+  bool has_whole_step() const { return src_width >= dst_height && src_width % dst_height == 0; }
+  double scale() const { return static_cast<double>(src_width) / static_cast<double>(dst_height); }
+  bool has_chroma() const { return src_width >= 2 && src_height >= 2; }
+  const uint8_t* chroma() const { return src + int64_t{src_height} * src_stride; }
+  int64_t plane_size() const { return int64_t{dst_width} * dst_height; }
+};
+
+// Turns a plane whose column x comes from sample_row(x, first, count, out), which writes the
+// samples of source columns first to first + count - 1 after scaling.
+template <typename SampleRow>
+void RotateSampled(const Rotation& r, int first_column, uint8_t* dst, SampleRow sample_row) {
+  constexpr int kTile = 64;
+  constexpr int kRun = 128;
+  alignas(64) uint8_t tile[kTile][kRun];
+  for (int k = 0; k < r.dst_height; k += kRun) {
+    const int run = std::min(kRun, r.dst_height - k);
+    uint8_t* const bottom = dst + (int64_t{r.dst_height} - 1 - k) * r.dst_pitch;
+    for (int x = first_column; x < r.dst_width; x += kTile) {
+      const int columns = std::min(kTile, r.dst_width - x);
+      for (int i = 0; i < columns; ++i) sample_row(x + i, k, run, tile[i]);
+      TransposeUpwards(tile[0], kRun, columns, run, bottom + x, r.dst_pitch);
+    }
+  }
+}
+
+void RotateLumaByStep(const Rotation& r, uint8_t* dst) {
+  const int64_t step = r.step();
+  int turned = 0;
+  if (step == 1) {
+    turned = std::min(r.dst_width, r.src_height);
+    TransposeUpwards(r.src, r.src_stride, turned, r.dst_height,
+                     dst + (int64_t{r.dst_height} - 1) * r.dst_pitch, r.dst_pitch);
+  }
+  RotateSampled(r, turned, dst, [&](int x, int first, int count, uint8_t* out) {
+    const uint8_t* const row = r.src + std::min<int64_t>(x * step, r.src_height - 1) * r.src_stride;
+    // Column (dst_height-1) * step lies in the row.
+    for (int i = 0; i < count; ++i) out[i] = row[(first + i) * step];
+  });
+}
+
+// V and U planes by address: a byte column and half-steps of rows, limited to the last pair.
+void RotateChromaByAddress(const Rotation& r, uint8_t* dst) {
+  if (!r.has_chroma()) return;
+  const int64_t step = r.step();
+  const int64_t last_pair =
+      (int64_t{r.src_height / 2} - 1) * r.src_stride + (r.src_width / 2 - 1) * 2;
+  for (int channel = 0; channel < 2; ++channel) {
+    RotateSampled(r, 0, dst + channel * r.plane_size(),
+                  [&](int x, int first, int count, uint8_t* out) {
+                    const int64_t row = step / 2 * r.src_stride * x;
+                    for (int i = 0; i < count; ++i) {
+                      const int64_t address = row + (first + i) * step;
+                      out[i] = r.chroma()[std::min(address, last_pair) + channel];
+                    }
+                  });
+  }
+}
+
+// V and U planes by rows and pairs, both stepped by half the luma step.
+void RotateChromaByPairs(const Rotation& r, uint8_t* dst) {
+  if (!r.has_chroma()) return;
+  const int64_t step = r.step() / 2;
+  for (int channel = 0; channel < 2; ++channel) {
+    RotateSampled(r, 0, dst + channel * r.plane_size(),
+                  [&](int x, int first, int count, uint8_t* out) {
+                    const uint8_t* const row =
+                        r.chroma() +
+                        std::min<int64_t>(x * step, r.src_height / 2 - 1) * r.src_stride + channel;
+                    for (int i = 0; i < count; ++i) {
+                      out[i] = row[2 * std::min<int64_t>((first + i) * step, r.src_width / 2 - 1)];
+                    }
+                  });
+  }
+}
+
+void RotateLuma(const Rotation& r, uint8_t* dst) {
+  // Whole steps hit samples exactly.
+  if (r.has_whole_step()) {
+    RotateLumaByStep(r, dst);
+    return;
+  }
+  const AxisRule rule = {r.scale(), false};
+  ResizeRotated({MakeChannelSource(r.src, 1, r.src_stride, r.src_width), r.src_width, r.src_height,
+                 rule, rule, &SumTerms},
+                r.dst_width, r.dst_height, dst, r.dst_pitch);
+}
+
+void RotateChromaBilinear(const Rotation& r, uint8_t* dst) {
+  if (!r.has_chroma()) return;
+  const double scale = r.scale() * 0.5;
+  const int pairs = r.src_width / 2;
+  for (int channel = 0; channel < 2; ++channel) {
+    ResizeRotated({MakeChannelSource(r.chroma() + channel, 2, r.src_stride, pairs),
+                   pairs,
+                   r.src_height / 2,
+                   {scale, false},
+                   {scale, true},
+                   &SumTerms},
+                  r.dst_width, r.dst_height, dst + channel * r.plane_size(), r.dst_pitch);
+  }
+}
+
+}  // namespace
+}  // namespace vantro
+
+const unsigned char* resizeYrotateMinus90(const unsigned char* src, unsigned char* dst, int srcW,
+                                          int srcH, int srcStride, int dstW, int dstH) {
+  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  if (rotation.Drawable(dst)) vantro::RotateLuma(rotation, dst);
+  return src;
+}
+
+const unsigned char* resizeYrotateMinus90_Multi(const unsigned char* src, unsigned char* dst,
+                                                int srcW, int srcH, int srcStride, int dstPitch,
+                                                int dstH) {
+  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstH, dstH, dstPitch};
+  if (rotation.Drawable(dst)) vantro::RotateLuma(rotation, dst);
+  return src;
+}
+
+void resizeYrotateMinus90Integer(const unsigned char* src, unsigned char* dst, int srcW, int srcH,
+                                 int srcStride, int dstW, int dstH) {
+  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  if (rotation.Drawable(dst)) vantro::RotateLumaByStep(rotation, dst);
+}
+
+const unsigned char* resizeNV21RotateMinus90(const unsigned char* src, unsigned char* dst, int srcW,
+                                             int srcH, int srcStride, int dstW, int dstH) {
+  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  if (!rotation.Drawable(dst)) return src;
+  vantro::RotateLuma(rotation, dst);
+  if (rotation.has_whole_step()) {
+    vantro::RotateChromaByAddress(rotation, dst + rotation.plane_size());
+  } else {
+    vantro::RotateChromaBilinear(rotation, dst + rotation.plane_size());
+  }
+  return src;
+}
+
+void resizeNV21RotateMinus90_X(const unsigned char* src, unsigned char* dst, int srcW, int srcH,
+                               int srcStride, int dstW, int dstH) {
+  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  if (!rotation.Drawable(dst)) return;
+  vantro::RotateLumaByStep(rotation, dst);
+  vantro::RotateChromaByAddress(rotation, dst + rotation.plane_size());
+}
+
+void resizeNV21RotateMinus90Integer(const unsigned char* src, unsigned char* dst, int srcW,
+                                    int srcH, int srcStride, int dstW, int dstH) {
+  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  if (!rotation.Drawable(dst)) return;
+  vantro::RotateLumaByStep(rotation, dst);
+  vantro::RotateChromaByPairs(rotation, dst + rotation.plane_size());
+}
