@@ -16,6 +16,11 @@ struct Tensor {
   std::vector<float> values;  // constants only
 
   bool constant() const { return !values.empty(); }
+  size_t elements() const {
+    size_t product = 1;
+    for (const size_t dim : dims) product *= dim;
+    return product;
+  }
   // Of an activation.
   size_t rows() const { return dims[1]; }
   size_t columns() const { return dims[2]; }

@@ -75,4 +75,23 @@ bool ShapesFit(const ModelGraph& graph, const Node& node) {
   return false;
 }
 
+double Multiplications(const ModelGraph& graph, const Node& node) {
+  const Tensor& output = graph.tensors[node.output];
+  const auto results = static_cast<double>(output.elements());
+  switch (node.kind) {
+    case NodeKind::kConvolution:
+    case NodeKind::kDepthwiseConvolution: {
+      // Each channel of the output has its share of the weights.
+      const auto weights = static_cast<double>(graph.tensors[node.weights].elements());
+      return results * weights / static_cast<double>(output.channels());
+    }
+    case NodeKind::kTransposedConvolution:
+      return results * static_cast<double>(graph.tensors[node.input].channels());
+    case NodeKind::kGlobalAverage:
+      return static_cast<double>(graph.tensors[node.input].elements());
+    default:
+      return results;
+  }
+}
+
 }  // namespace vantro::engine

@@ -10,6 +10,9 @@ namespace vantro::engine {
 // output is as large as the operation makes it. The tensor indices are valid.
 bool ShapesFit(const ModelGraph& graph, const Node& node);
 
+// About how many multiplications a node whose shapes fit takes.
+double Multiplications(const ModelGraph& graph, const Node& node);
+
 }  // namespace vantro::engine
 
 #endif  // VANTRO_ENGINE_MODEL_SHAPES_H_

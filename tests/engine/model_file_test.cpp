@@ -1,1 +1,321 @@
+// The reader of model files: what is right is read, everything else is refused without harm.
+#include "engine/model_file.h"
+
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine/half_float.h"
+#include "engine/model_shapes.h"
+#include "engine/network.h"
+#include "tflite_model_generated.h"
+
+namespace vantro::test {
+namespace {
+
+namespace tflite = engine::tflite;
+using engine::ModelGraph;
+using engine::Node;
+using engine::NodeKind;
+
+std::vector<uint8_t> RealModel() {
+  const std::string path = std::string(VANTRO_MODEL_DIR) + "/selfie_segmentation.tflite";
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw std::runtime_error(path + " is missing: run scripts/fetch-model");
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::optional<ModelGraph> Read(const std::vector<uint8_t>& bytes) {
+  // A copy of just this size, so that the address sanitizer sees every byte read behind it.
+  const std::unique_ptr<uint8_t[]> exact(new uint8_t[bytes.size() + 1]);
+  std::copy(bytes.begin(), bytes.end(), exact.get() + 1);
+  std::string error;
+  std::optional<ModelGraph> graph = engine::ReadModel({exact.get() + 1, bytes.size()}, &error);
+  EXPECT_EQ(graph.has_value(), error.empty()) << error;
+  return graph;
+}
+
+// What every graph that was let through must keep.
+void ExpectSound(const ModelGraph& graph) {
+  std::vector<bool> known(graph.tensors.size());
+  for (size_t i = 0; i < graph.tensors.size(); ++i) {
+    const engine::Tensor& tensor = graph.tensors[i];
+    known[i] = tensor.constant();
+    ASSERT_TRUE(!tensor.constant() || tensor.values.size() == tensor.elements());
+    for (const float value : tensor.values) ASSERT_TRUE(std::isfinite(value));
+  }
+  ASSERT_LT(graph.input, graph.tensors.size());
+  ASSERT_LT(graph.output, graph.tensors.size());
+  ASSERT_FALSE(known[graph.input]);
+  known[graph.input] = true;
+  for (const Node& node : graph.nodes) {
+    for (const uint32_t index : {node.input, node.second, node.weights, node.bias, node.output}) {
+      ASSERT_LT(index, graph.tensors.size());
+    }
+    ASSERT_TRUE(known[node.input]);
+    ASSERT_FALSE(known[node.output]);
+    ASSERT_TRUE(engine::ShapesFit(graph, node));
+    ASSERT_GE(node.stride.rows, 1u);
+    ASSERT_GE(node.dilation.columns, 1u);
+    known[node.output] = true;
+  }
+  ASSERT_TRUE(known[graph.output]);
+}
+
+TEST(ModelFile, ReadsTheNetwork) {
+  const std::optional<ModelGraph> graph = Read(RealModel());
+  ASSERT_TRUE(graph);
+  ASSERT_NO_FATAL_FAILURE(ExpectSound(*graph));
+  // 246 operators, 110 of which only widen weights.
+  int counts[10] = {};
+  size_t weights = 0;
+  double multiplications = 0;
+  for (const Node& node : graph->nodes) {
+    ++counts[static_cast<int>(node.kind)];
+    multiplications += engine::Multiplications(*graph, node);
+  }
+  for (const engine::Tensor& tensor : graph->tensors) weights += tensor.values.size();
+  EXPECT_EQ(graph->nodes.size(), 136u);
+  EXPECT_EQ(counts[static_cast<int>(NodeKind::kTransposedConvolution)], 1);
+  EXPECT_EQ(counts[static_cast<int>(NodeKind::kResizeBilinear)], 3);
+  EXPECT_GT(weights, 100000u);
+  EXPECT_GT(multiplications, 55e6);
+  EXPECT_LT(multiplications, 80e6);
+}
+
+TEST(ModelFile, RefusesEveryCutFile) {
+  const std::vector<uint8_t> bytes = RealModel();
+  for (size_t size = 0; size < bytes.size(); size += size < 64 ? 1 : 997) {
+    ASSERT_FALSE(Read({bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)})) << size;
+  }
+}
+
+TEST(ModelFile, SurvivesDamagedBytes) {
+  const std::vector<uint8_t> bytes = RealModel();
+  std::mt19937 random(7);
+  int refused = 0;
+  for (int round = 0; round < 1500; ++round) {
+    std::vector<uint8_t> damaged = bytes;
+    const int count = 1 + static_cast<int>(random() % 4);
+    for (int i = 0; i < count; ++i) {
+      // The tables stand at the ends of the file, the weights between them.
+      const size_t reach = round % 3 == 0 ? bytes.size() : 30000;
+      const size_t at = random() % reach;
+      damaged[round % 2 == 0 ? at : bytes.size() - 1 - at] = static_cast<uint8_t>(random());
+    }
+    if (const std::optional<ModelGraph> graph = Read(damaged)) {
+      ASSERT_NO_FATAL_FAILURE(ExpectSound(*graph)) << "round " << round;
+    } else {
+      ++refused;
+    }
+  }
+  EXPECT_GT(refused, 300);
+}
+
+TEST(ModelFile, WidensHalfPrecisionExactly) {
+  for (uint32_t bits = 0; bits < 0x10000; ++bits) {
+    const float got = engine::HalfToFloat(static_cast<uint16_t>(bits));
+    const int exponent = static_cast<int>(bits >> 10 & 31);
+    const double fraction = bits & 1023;
+    double expected =
+        exponent == 0 ? std::ldexp(fraction, -24) : std::ldexp(1024 + fraction, exponent - 25);
+    if (exponent == 31) expected = INFINITY;
+    if (exponent == 31 && fraction != 0) {
+      ASSERT_TRUE(std::isnan(got));
+      continue;
+    }
+    ASSERT_EQ(got, bits >> 15 ? -expected : expected) << bits;
+    ASSERT_EQ(std::signbit(got), bits >> 15 == 1) << bits;
+  }
+}
+
+// A convolution of 3 to 1 channels and a sigmoid, with every number of the file open to change.
+struct TinyModel {
+  struct TinyTensor {
+    std::vector<int32_t> shape;
+    tflite::TensorType type = tflite::TensorType_FLOAT32;
+    uint32_t buffer = 0;
+  };
+  uint32_t version = 3;
+  std::vector<TinyTensor> tensors = {{{1, 8, 8, 3}}, {{1, 3, 3, 3}, tflite::TensorType_FLOAT16, 1},
+                                     {{1, 3, 3, 3}}, {{1}, tflite::TensorType_FLOAT32, 2},
+                                     {{1, 8, 8, 1}}, {{1, 8, 8, 1}}};
+  std::vector<size_t> buffers = {0, 54, 4};
+  uint8_t fill = 0;
+  std::vector<int32_t> inputs = {0};
+  std::vector<int32_t> outputs = {5};
+  std::vector<int> codes = {6, 3, 14};
+  struct TinyOperator {
+    uint32_t code;
+    std::vector<int32_t> inputs;
+    std::vector<int32_t> outputs;
+  };
+  std::vector<TinyOperator> operators = {{0, {1}, {2}}, {1, {0, 2, 3}, {4}}, {2, {4}, {5}}};
+  int stride = 1;
+  int dilation = 1;
+  int padding = tflite::Padding_SAME;
+  int activation = tflite::Activation_NONE;
+  bool options = true;
+
+  std::vector<uint8_t> Build() const {
+    flatbuffers::FlatBufferBuilder b;
+    std::vector<flatbuffers::Offset<tflite::Tensor>> tensor_tables;
+    for (const TinyTensor& t : tensors) {
+      tensor_tables.push_back(tflite::CreateTensor(b, b.CreateVector(t.shape), t.type, t.buffer));
+    }
+    std::vector<flatbuffers::Offset<tflite::Operator>> operator_tables;
+    for (const TinyOperator& o : operators) {
+      auto type = tflite::BuiltinOptions_NONE;
+      flatbuffers::Offset<void> value;
+      if (o.code == 1 && options) {
+        type = tflite::BuiltinOptions_Conv2DOptions;
+        value = tflite::CreateConv2DOptions(b, static_cast<tflite::Padding>(padding), stride,
+                                            stride, static_cast<tflite::Activation>(activation),
+                                            dilation, dilation)
+                    .Union();
+      }
+      operator_tables.push_back(tflite::CreateOperator(b, o.code, b.CreateVector(o.inputs),
+                                                       b.CreateVector(o.outputs), type, value));
+    }
+    std::vector<flatbuffers::Offset<tflite::OperatorCode>> code_tables;
+    for (const int code : codes) {
+      code_tables.push_back(tflite::CreateOperatorCode(b, static_cast<int8_t>(code), 0, 1, code));
+    }
+    std::vector<flatbuffers::Offset<tflite::Buffer>> buffer_tables;
+    for (const size_t size : buffers) {
+      buffer_tables.push_back(
+          tflite::CreateBuffer(b, b.CreateVector(std::vector<uint8_t>(size, fill))));
+    }
+    const auto graph =
+        tflite::CreateSubGraph(b, b.CreateVector(tensor_tables), b.CreateVector(inputs),
+                               b.CreateVector(outputs), b.CreateVector(operator_tables));
+    const auto code_vector = b.CreateVector(code_tables);
+    const auto graph_vector = b.CreateVector(std::vector{graph});
+    const auto buffer_vector = b.CreateVector(buffer_tables);
+    b.Finish(tflite::CreateModel(b, version, code_vector, graph_vector, 0, buffer_vector),
+             tflite::ModelIdentifier());
+    return {b.GetBufferPointer(), b.GetBufferPointer() + b.GetSize()};
+  }
+};
+
+TEST(ModelFile, ChecksEveryNumberItUses) {
+  const std::optional<ModelGraph> good = Read(TinyModel().Build());
+  ASSERT_TRUE(good);
+  EXPECT_EQ(good->nodes.size(), 2u);
+  const int32_t huge = INT32_MAX;
+  const std::vector<std::pair<const char*, std::function<void(TinyModel&)>>> faults = {
+      {"version", [](TinyModel& m) { m.version = 2; }},
+      {"no tensors", [](TinyModel& m) { m.tensors.clear(); }},
+      {"buffer index", [](TinyModel& m) { m.tensors[3].buffer = 3; }},
+      {"buffer of another size", [](TinyModel& m) { m.buffers[1] = 52; }},
+      {"buffer larger than the shape", [](TinyModel& m) { m.buffers[2] = 8; }},
+      {"weights that are no numbers", [](TinyModel& m) { m.fill = 0xFF; }},
+      {"weights without data", [](TinyModel& m) { m.buffers[1] = 0; }},
+      {"bias without data", [](TinyModel& m) { m.buffers[2] = 0; }},
+      {"five dimensions",
+       [](TinyModel& m) {
+         m.tensors[0].shape = {1, 1, 8, 8, 3};
+       }},
+      {"three dimensions",
+       [](TinyModel& m) {
+         m.tensors[0].shape = {8, 8, 3};
+       }},
+      {"empty dimension", [](TinyModel& m) { m.tensors[4].shape[1] = 0; }},
+      {"negative dimension", [](TinyModel& m) { m.tensors[4].shape[1] = -8; }},
+      {"product beyond 32 bits",
+       [&](TinyModel& m) {
+         m.tensors[0].shape = {1, huge, huge, 3};
+       }},
+      {"product of 2^64",
+       [](TinyModel& m) {
+         m.tensors[0].shape = {65536, 65536, 65536, 65536};
+       }},
+      {"batch", [](TinyModel& m) { m.tensors[0].shape[0] = 2; }},
+      {"channels of the picture", [](TinyModel& m) { m.tensors[0].shape[3] = 4; }},
+      {"size of the answer", [](TinyModel& m) { m.tensors[5].shape[1] = 4; }},
+      {"input index", [](TinyModel& m) { m.inputs = {6}; }},
+      {"negative input index", [](TinyModel& m) { m.inputs = {-1}; }},
+      {"two inputs",
+       [](TinyModel& m) {
+         m.inputs = {0, 0};
+       }},
+      {"constant as input", [](TinyModel& m) { m.inputs = {3}; }},
+      {"no output", [](TinyModel& m) { m.outputs.clear(); }},
+      {"input as output", [](TinyModel& m) { m.outputs = {0}; }},
+      {"output not computed", [](TinyModel& m) { m.operators.pop_back(); }},
+      {"operator code index", [](TinyModel& m) { m.operators[2].code = 3; }},
+      {"unknown operator", [](TinyModel& m) { m.codes[2] = 9; }},
+      {"negative operator code", [](TinyModel& m) { m.codes[2] = -1; }},
+      {"custom operator without a name", [](TinyModel& m) { m.codes[2] = 32; }},
+      {"operand index", [](TinyModel& m) { m.operators[1].inputs[0] = 6; }},
+      {"optional operand", [](TinyModel& m) { m.operators[1].inputs[2] = -1; }},
+      {"missing operand", [](TinyModel& m) { m.operators[1].inputs.pop_back(); }},
+      {"operator without operands", [](TinyModel& m) { m.operators[2].inputs.clear(); }},
+      {"operand before it is computed",
+       [](TinyModel& m) { std::swap(m.operators[1], m.operators[2]); }},
+      {"result written twice", [](TinyModel& m) { m.operators[2].outputs = {4}; }},
+      {"result over a constant", [](TinyModel& m) { m.operators[1].outputs = {3}; }},
+      {"result over the input", [](TinyModel& m) { m.operators[1].outputs = {0}; }},
+      {"result index", [](TinyModel& m) { m.operators[1].outputs = {-2}; }},
+      {"two results",
+       [](TinyModel& m) {
+         m.operators[1].outputs = {4, 5};
+       }},
+      {"half-precision result",
+       [](TinyModel& m) { m.tensors[4].type = tflite::TensorType_FLOAT16; }},
+      {"activation as weights", [](TinyModel& m) { m.operators[1].inputs[1] = 0; }},
+      {"bias of another size",
+       [](TinyModel& m) {
+         m.tensors[3].shape = {2};
+         m.buffers[2] = 8;
+       }},
+      {"weights of other channels",
+       [](TinyModel& m) {
+         m.tensors[1].shape = m.tensors[2].shape = {3, 3, 3, 1};
+       }},
+      {"widened to another shape",
+       [](TinyModel& m) {
+         m.tensors[2].shape = {1, 3, 9, 1};
+       }},
+      {"size after the convolution",
+       [](TinyModel& m) {
+         m.tensors[4].shape = m.tensors[5].shape = {1, 7, 8, 1};
+       }},
+      {"kernel beyond the input",
+       [](TinyModel& m) {
+         m.padding = tflite::Padding_VALID;
+         m.dilation = 4;
+       }},
+      {"stride of nothing", [](TinyModel& m) { m.stride = 0; }},
+      {"negative stride", [](TinyModel& m) { m.stride = -1; }},
+      {"huge stride", [&](TinyModel& m) { m.stride = huge; }},
+      {"stride that does not fit", [](TinyModel& m) { m.stride = 2; }},
+      {"negative dilation", [](TinyModel& m) { m.dilation = -1; }},
+      {"unknown padding", [](TinyModel& m) { m.padding = 7; }},
+      {"unknown activation", [](TinyModel& m) { m.activation = 4; }},
+      {"no options", [](TinyModel& m) { m.options = false; }},
+      {"too much work",
+       [](TinyModel& m) {
+         for (const size_t i : {0u, 4u, 5u}) m.tensors[i].shape = {1, 2048, 2048, i == 0 ? 3 : 1};
+         m.tensors[1].shape = m.tensors[2].shape = {1, 19, 19, 3};
+         m.buffers[1] = 2 * 19 * 19 * 3;
+       }},
+  };
+  for (const auto& [name, damage] : faults) {
+    TinyModel model;
+    damage(model);
+    EXPECT_FALSE(Read(model.Build())) << name;
+  }
+}
+
+}  // namespace
+}  // namespace vantro::test
