@@ -56,7 +56,7 @@ class TrackingPool {
     void* block = std::malloc(size == 0 ? 1 : size);
     std::memset(block, 0xA5, size);  // blocks are not assumed to be zeroed
     self.live_[block] = {name, size};
-    self.events.push_back("+" + std::string(name) + ":" + std::to_string(size));
+    self.events.push_back(std::string("+").append(name).append(":").append(std::to_string(size)));
     return block;
   }
   static void Free(void* block, const char* name, int32_t zero) {
@@ -67,7 +67,7 @@ class TrackingPool {
     ASSERT_NE(found, self.live_.end()) << "released twice or foreign: " << name;
     EXPECT_EQ(found->second.first, name);
     self.live_.erase(found);
-    self.events.push_back("-" + std::string(name));
+    self.events.push_back(std::string("-").append(name));
     std::free(block);
   }
 

@@ -1,0 +1,220 @@
+// Both region filters against regions found by flooding, and their failures.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/mask/label_memory.h"
+#include "tests/mask/random_masks.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/simd_levels.h"
+#include "tests/support/tracking_pool.h"
+#include "vantro/algo_context.h"
+#include "vantro/mask.h"
+#include "vantro/tracked_alloc.h"
+
+namespace vantro::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+const LogLine kNoMemory{6, "QZA_MVANTRO", "result is malloc failed\n"};
+
+template <typename Number>
+std::string Text(const char* before, Number number) {
+  return (testing::Message() << before << number).GetString();
+}
+
+struct Context {
+  TrackingPool pool;
+  AlgoCxt algo{};
+  Context() { algo.pool = pool.get(); }
+};
+
+// Keeps the regions for which keep(region) holds.
+template <typename Keep>
+Bytes Filtered(const Bytes& mask, const std::vector<int>& regions, Keep keep) {
+  Bytes out = mask;
+  for (size_t i = 0; i < mask.size(); ++i) {
+    if (!keep(static_cast<size_t>(regions[i]))) out[i] = 0;
+  }
+  return out;
+}
+
+TEST(RegionFilter, ClearsRegionsBelowThePercentage) {
+  AtEverySimdLevel([] {
+    Random random(11);
+    Context context;
+    for (int i = 0; i < 150; ++i) {
+      const int width = random.Int(1, 90);
+      const int height = random.Int(1, 60);
+      const int percent = random.Int(0, 3) == 0 ? random.Int(-10, 120) : random.Int(0, 8);
+      const Bytes mask = RandomMask(random, width, height, 3);
+      int count = 0;
+      const std::vector<int> regions = FloodRegions(mask, width, height, &count);
+      std::vector<int> area(static_cast<size_t>(count));
+      for (const int region : regions) ++area[static_cast<size_t>(region)];
+      const int threshold = width * height * percent / 100;
+
+      Guarded<uint8_t> filtered(mask);
+      ASSERT_EQ(connectionFilter(&context.algo, filtered.get(), width, height, percent), 0);
+      ASSERT_TRUE(SamePlanes(
+          filtered.values(),
+          Filtered(mask, regions, [&](size_t r) { return area[r] >= threshold; }), width));
+    }
+  });
+}
+
+TEST(RegionFilter, KeepsARegionOfExactlyTheThreshold) {
+  Context context;
+  for (const size_t pixels : {4, 5}) {
+    Bytes mask(100, 0);
+    std::fill_n(mask.begin() + 20, pixels, uint8_t{1});
+    EXPECT_EQ(connectionFilter(&context.algo, mask.data(), 10, 10, 5), 0);
+    EXPECT_EQ(std::count(mask.begin(), mask.end(), 1), pixels == 5 ? 5 : 0);
+  }
+  // The product wraps in 32 bits: 100 * 42949673 is 4 more than 2^32.
+  Bytes mask(100, 1);
+  mask[0] = 0;
+  EXPECT_EQ(connectionFilter(&context.algo, mask.data(), 10, 10, 42949673), 0);
+  EXPECT_EQ(std::count(mask.begin(), mask.end(), 1), 99);
+  EXPECT_THAT(context.pool.events, testing::Each(testing::AnyOf("+result:400", "-result")));
+}
+
+TEST(RegionFilter, ReportsFailuresAndLeavesTheMask) {
+  Context context;
+  const Bytes mask = {1, 0, 1, 0, 1, 0, 1, 0};
+  Bytes filtered = mask;
+  LogCapture log;
+  EXPECT_EQ(connectionFilter(&context.algo, filtered.data(), 0, 8, 5), -2006);
+  EXPECT_EQ(connectionFilter(&context.algo, filtered.data(), 8, -1, 5), -2006);
+  EXPECT_EQ(connectionFilter(nullptr, filtered.data(), 8, 1, 5), -2007);
+  EXPECT_EQ(context.pool.allocations(), 0);
+  EXPECT_TRUE(log.lines().empty());
+
+  context.pool.FailAt(0);
+  EXPECT_EQ(connectionFilter(&context.algo, filtered.data(), 8, 1, 50), 2000);
+  EXPECT_THAT(log.lines(), ElementsAre(kNoMemory));
+  log.clear();
+
+  fail_table_at = 0;
+  EXPECT_EQ(connectionFilter(&context.algo, filtered.data(), 8, 1, 50), 2000);
+  {
+    // The pool takes its block from the heap too.
+    const FailingMalloc no_area_table(1);
+    EXPECT_EQ(connectionFilter(&context.algo, filtered.data(), 8, 1, 50), 2000);
+    EXPECT_THAT(no_area_table.sizes(), ElementsAre(8 * sizeof(int), 8 * sizeof(int)));
+  }
+  EXPECT_THAT(log.lines(), ElementsAre(kNoMemory, kNoMemory));
+  log.clear();
+
+  // More labels than the first table holds, and no larger one.
+  Bytes stripes(200);
+  for (size_t i = 0; i < stripes.size(); ++i) stripes[i] = i % 2;
+  fail_table_at = 1;
+  EXPECT_EQ(connectionFilter(&context.algo, stripes.data(), 200, 1, 50), -2005);
+  EXPECT_THAT(log.lines(), ElementsAre(LogLine{6, "QZA_MVANTRO", "connNum is error\n"}));
+  EXPECT_EQ(std::count(stripes.begin(), stripes.end(), 1), 100);
+  EXPECT_EQ(filtered, mask);
+  fail_table_at = -1;
+}
+
+// The hooks point at a tracking pool.
+class GuidedRegionFilter : public testing::Test {
+ protected:
+  GuidedRegionFilter() {
+    fmalloc = pool_.get()->alloc;
+    ffree = pool_.get()->free;
+  }
+  ~GuidedRegionFilter() override {
+    fmalloc = nullptr;
+    ffree = nullptr;
+  }
+  TrackingPool pool_;
+};
+
+TEST_F(GuidedRegionFilter, KeepsRegionsThatTouchTheGuide) {
+  Random random(13);
+  for (int i = 0; i < 100; ++i) {
+    const int width = random.Int(1, 60);
+    const int height = random.Int(1, 40);
+    const Bytes mask = RandomMask(random, width, height, 3);
+    Bytes guide(mask.size());
+    for (uint8_t& byte : guide) byte = random.Int(0, 50) == 0 ? random.Byte() : 0;
+    int count = 0;
+    const std::vector<int> regions = FloodRegions(mask, width, height, &count);
+    std::vector<int> touched(static_cast<size_t>(count));
+    for (size_t p = 0; p < mask.size(); ++p) touched[static_cast<size_t>(regions[p])] |= guide[p];
+
+    LogCapture log;
+    Bytes filtered = mask;
+    ASSERT_EQ(connectionFilterGuide(nullptr, filtered.data(), guide.data(), width, height), 0);
+    ASSERT_TRUE(SamePlanes(
+        filtered, Filtered(mask, regions, [&](size_t r) { return touched[r] != 0; }), width));
+    ASSERT_THAT(log.timing_labels(), ElementsAre("connNum_", "JudgeArea_", "getMaskbyBase_"));
+    ASSERT_THAT(log.lines(),
+                ElementsAre(LogLine{
+                    4, "VANTRO", Text("[vantro]connectionFilterGuide connected_field=", count)}));
+    ASSERT_THAT(pool_.events, ElementsAre(Text("+Vantro:", 4 * mask.size()), "-Vantro"));
+    pool_.events.clear();
+  }
+}
+
+TEST_F(GuidedRegionFilter, ReportsFailuresAndLeavesTheMask) {
+  Bytes mask = {1, 0};
+  Bytes guide = {0, 0};
+  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 0, 1), -2006);
+  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, -1), -2006);
+  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), nullptr, 2, 1), -2007);
+  pool_.FailAt(0);
+  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
+  fail_table_at = 0;
+  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
+  {
+    const FailingMalloc no_flags(1);
+    EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
+  }
+  fmalloc = nullptr;
+  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
+  EXPECT_EQ(mask, (Bytes{1, 0}));
+}
+
+TEST(RegionSteps, StopAtALabelThatIsNoRegion) {
+  std::vector<int> labels = {0, 0, 1, 2, 1};
+  Bytes guide = {4, 1, 8, 1, 1};
+  std::vector<int> area(2, 10);
+  std::vector<int> flags(2, 0);
+  LogCapture log;
+  EXPECT_EQ(calArea(labels.data(), 5, 1, 2, area.data()), -2007);
+  EXPECT_EQ(JudgeArea(labels.data(), guide.data(), 5, 1, 2, flags.data()), -2007);
+  EXPECT_THAT(area, ElementsAre(12, 11));
+  EXPECT_THAT(flags, ElementsAre(5, 8));
+  EXPECT_THAT(log.lines(),
+              ElementsAre(LogLine{6, "VANTRO", "enter JudgeArea ,line : 66    AREA ERROR"}));
+  labels[3] = -1;
+  EXPECT_EQ(calArea(labels.data(), 5, 1, 2, area.data()), -2007);
+  EXPECT_EQ(calArea(labels.data(), 0, 1, 2, area.data()), 0);
+  EXPECT_EQ(JudgeArea(labels.data(), guide.data(), 5, -1, 2, flags.data()), 0);
+}
+
+TEST(RegionSteps, ClearByAreaAndByFlag) {
+  std::vector<int> labels = {0, 1, 2, 2, 1, 0};
+  std::vector<int> area = {5, 4, -1};
+  std::vector<int> flags = {0, 1, 0};
+  Bytes mask = {1, 2, 3, 4, 5, 6};
+  EXPECT_EQ(getMask(mask.data(), labels.data(), 2, 3, 0, area.data(), 5), 0);
+  EXPECT_EQ(mask, (Bytes{1, 0, 0, 0, 0, 6}));
+
+  mask = {1, 2, 3, 4, 5, 6};
+  getMaskBase_part(mask.data(), labels.data(), 2, 1, 2, flags.data());
+  EXPECT_EQ(mask, (Bytes{1, 2, 0, 0, 5, 6}));
+  getMaskBase_part(mask.data(), labels.data(), 2, 2, 1, flags.data());
+  EXPECT_EQ(mask, (Bytes{1, 2, 0, 0, 5, 6}));
+  EXPECT_EQ(getMaskbyBase(mask.data(), labels.data(), 2, 3, flags.data()), 0);
+  EXPECT_EQ(mask, (Bytes{0, 2, 0, 0, 5, 0}));
+}
+
+}  // namespace
+}  // namespace vantro::test

@@ -1,0 +1,189 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "tests/image/image_buffers.h"
+#include "tests/support/simd_levels.h"
+#include "vantro/algo_context.h"
+#include "vantro/mask.h"
+
+namespace vantro::test {
+namespace {
+
+AlgoCxt ContextWithBuiltInTuning() {
+  AlgoCxt cxt{};
+  cxt.tuning.weight_scale = 0.8f;
+  std::fill_n(cxt.tuning.grid_weight, 9, 0.5f);
+  cxt.tuning.grid_weight[4] = 1.0f;
+  cxt.tuning.area_ratio = 0.005f;
+  cxt.roi_state = 77;
+  cxt.subject_type = 78;
+  return cxt;
+}
+
+Vantro_t Frame(int width, int height, int crop_width, int crop_height) {
+  Vantro_t frame{};
+  frame.width = width;
+  frame.height = height;
+  frame.crop_param = {10, 9 + crop_height, 20, 19 + crop_width, 0};
+  return frame;
+}
+
+struct Answer {
+  int result;
+  int flag;
+  int roi_state;
+  int subject_type;
+  bool operator==(const Answer&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Answer& a) {
+  return out << a.result << " flag " << a.flag << " state " << a.roi_state << " type "
+             << a.subject_type;
+}
+
+Answer Ask(Vantro_t frame, uint8_t* mask, int maskw, int maskh) {
+  AlgoCxt cxt = ContextWithBuiltInTuning();
+  frame.mask = mask;
+  frame.maskw = maskw;
+  frame.maskh = maskh;
+  int flag = -9;
+  const int result = GetROI(&cxt, frame, &flag);
+  return {result, flag, cxt.roi_state, cxt.subject_type};
+}
+
+TEST(SubjectRegion, AsksForHalfAPerCentOfTheFrame) {
+  // 0.005 * 1000 * 1000 * 100 * 100 / 400 / 400 = 312.5 mask pixels.
+  Bytes mask(100 * 100, 0);
+  std::fill_n(mask.begin(), 312, uint8_t{1});
+  EXPECT_EQ(Ask(Frame(1000, 1000, 400, 400), mask.data(), 100, 100), (Answer{0, 0, 3, 1}));
+  mask[5000] = 1;
+  EXPECT_EQ(Ask(Frame(1000, 1000, 400, 400), mask.data(), 100, 100), (Answer{0, 3, 3, 1}));
+  // A box of no width or height holds no subject that is large enough.
+  EXPECT_EQ(Ask(Frame(1000, 1000, 0, 400), mask.data(), 100, 100), (Answer{0, 0, 3, 1}));
+  Vantro_t extreme = Frame(1000, 1000, 400, 400);
+  extreme.crop_param.crop_left = std::numeric_limits<int>::max();
+  extreme.crop_param.crop_right = std::numeric_limits<int>::min();
+  EXPECT_EQ(Ask(extreme, mask.data(), 100, 100), (Answer{0, 0, 3, 1}));
+}
+
+TEST(SubjectRegion, FormsTheLimitInSinglePrecision) {
+  Random random(3);
+  for (int i = 0; i < 2000; ++i) {
+    const Vantro_t frame =
+        Frame(random.Int(2, 9000), random.Int(2, 9000), random.Int(1, 3000), random.Int(1, 3000));
+    const float crop_width =
+        static_cast<float>(frame.crop_param.crop_right + 1 - frame.crop_param.crop_left);
+    const float crop_height =
+        static_cast<float>(frame.crop_param.crop_bottom + 1 - frame.crop_param.crop_top);
+    float limit = 0.005f * static_cast<float>(frame.width);
+    limit = limit * static_cast<float>(frame.height);
+    limit = limit * 17.0f;
+    limit = limit * 31.0f;
+    limit = limit / crop_height;
+    limit = limit / crop_width;
+    // As near to the limit as a count can be.
+    const int count = std::clamp(static_cast<int>(limit) + random.Int(0, 1), 1, 31 * 17);
+    Bytes mask(31 * 17, 0);
+    std::fill_n(mask.begin(), count, uint8_t{1});
+    const int flag = limit <= static_cast<float>(count) ? 3 : 0;
+    ASSERT_EQ(Ask(frame, mask.data(), 31, 17), (Answer{0, flag, 3, 1}));
+  }
+}
+
+TEST(SubjectRegion, FindsNoSubject) {
+  Bytes twos(50, 2);
+  const Vantro_t frame = Frame(100, 100, 40, 40);
+  EXPECT_EQ(Ask(frame, twos.data(), 10, 5), (Answer{0, 4, 4, 78}));
+  EXPECT_EQ(twos, Bytes(50, 2));
+  EXPECT_EQ(Ask(frame, twos.data(), 0, 5), (Answer{0, 4, 77, 78}));
+  EXPECT_EQ(Ask(frame, twos.data(), 10, 0), (Answer{0, 4, 77, 78}));
+  EXPECT_EQ(Ask(frame, nullptr, 10, 5), (Answer{0, 4, 77, 78}));
+  EXPECT_EQ(Ask(frame, twos.data(), -10, 5), (Answer{0, 4, 4, 78}));
+  EXPECT_EQ(Ask(Frame(0, 100, 40, 40), twos.data(), 10, 5), (Answer{-2007, -9, 77, 78}));
+  EXPECT_EQ(Ask(Frame(100, 0, 40, 40), twos.data(), 10, 5), (Answer{-2007, -9, 77, 78}));
+  int flag = -9;
+  EXPECT_EQ(GetROI(nullptr, frame, &flag), -2007);
+  EXPECT_EQ(flag, -9);
+}
+
+TEST(MaskUtilities, CountAndKeepValuesAtEveryLevel) {
+  AtEverySimdLevel([] {
+    Random random(5);
+    for (int i = 0; i < 200; ++i) {
+      const int width = random.Int(1, 40);
+      const int height = random.Int(1, 20);
+      Bytes bytes(Area(width, height));
+      for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random.Int(0, 3) * random.Int(0, 85));
+      const uint8_t value = random.Int(0, 1) == 0 ? 1 : random.Byte();
+      Bytes kept = bytes;
+      std::replace_if(
+          kept.begin(), kept.end(), [&](uint8_t byte) { return byte != value; }, uint8_t{0});
+      const auto ones = std::count(bytes.begin(), bytes.end(), 1);
+      const auto values = std::count(bytes.begin(), bytes.end(), value);
+
+      Guarded<uint8_t> mask(bytes);
+      int found = -1;
+      ASSERT_EQ(CheckMask(mask.get(), width, height, &found), 0);
+      ASSERT_EQ(found, ones > 0 ? 1 : 0);
+      ASSERT_EQ(ComputeMaskArea(mask.get(), width, height, width * 3, height), 3 * ones);
+      int count = -1;
+      ASSERT_EQ(PreserveObjMask(mask.get(), width, height, value, &count), 0);
+      ASSERT_EQ(count, values);
+      ASSERT_EQ(mask.values(), kept);
+
+      Guarded<uint8_t> roi_mask(bytes);
+      Ask(Frame(100, 100, 40, 40), roi_mask.get(), width, height);
+      std::transform(bytes.begin(), bytes.end(), kept.begin(),
+                     [](uint8_t byte) { return byte == 1 ? uint8_t{1} : uint8_t{0}; });
+      ASSERT_EQ(roi_mask.values(), ones > 0 ? kept : bytes);
+    }
+  });
+}
+
+TEST(MaskUtilities, AnswerForEmptyMasksAndLargeFrames) {
+  Bytes mask = {0, 1, 0, 0};
+  EXPECT_EQ(ComputeMaskArea(mask.data(), 2, 2, 4, 4), 4);
+  EXPECT_EQ(ComputeMaskArea(mask.data(), 0, 2, 4, 4), 0);
+  EXPECT_EQ(ComputeMaskArea(mask.data(), 2, 2, 60000, 60000), 900000000);
+  EXPECT_EQ(ComputeMaskArea(mask.data(), 1, 2, 60000, 60000), 1800000000);
+  EXPECT_EQ(ComputeMaskArea(mask.data() + 1, 1, 1, 60000, 60000), std::numeric_limits<int>::max());
+  int found = 9;
+  EXPECT_EQ(CheckMask(mask.data(), 0, 4, &found), 0);
+  EXPECT_EQ(found, 0);
+  int count = 9;
+  EXPECT_EQ(PreserveObjMask(mask.data(), 4, -1, 7, &count), 0);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(mask[1], 1);
+  for (int code = 0; code < 256; ++code) {
+    EXPECT_EQ(IsSupportType(static_cast<unsigned char>(code)), code == 1);
+  }
+}
+
+TEST(SubjectType, IsAPersonUnlessAWeightIsNegative) {
+  AlgoCxt cxt = ContextWithBuiltInTuning();
+  unsigned char type = 0;
+  Bytes mask(7 * 5, 0);
+  EXPECT_EQ(GetSubject(&cxt, mask.data(), 5, 7, &type), 0);
+  EXPECT_EQ(type, 1);
+  EXPECT_EQ(GetSubject(nullptr, mask.data(), 5, 7, &type), -2007);
+
+  // The cell of each pixel decides the sign of its weight: row 3*i/5, column 3*j/7.
+  for (int i = 0; i < 5; ++i) {
+    for (int j = 0; j < 7; ++j) {
+      std::fill(mask.begin(), mask.end(), uint8_t{2});
+      mask[static_cast<size_t>(i * 7 + j)] = 1;
+      for (int cell = 0; cell < 9; ++cell) {
+        std::fill_n(cxt.tuning.grid_weight, 9, 0.5f);
+        cxt.tuning.grid_weight[cell] = -0.5f;
+        type = 0;
+        GetSubject(&cxt, mask.data(), 5, 7, &type);
+        EXPECT_EQ(type, cell == 3 * i / 5 * 3 + 3 * j / 7 ? 2 : 1) << i << "," << j << " " << cell;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vantro::test
