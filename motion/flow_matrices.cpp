@@ -42,13 +42,20 @@ float AttenuationAt(ptrdiff_t distance) {
   return distance < kBorder ? kAttenuation[distance] : 1.0f;
 }
 
-bool IsNearBorder(ptrdiff_t first, ptrdiff_t last, ptrdiff_t size) {
-  return first < kBorder || last >= size - kBorder;
-}
-
 float Attenuation(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y) {
   return AttenuationAt(x) * AttenuationAt(pair.width - 1 - x) * AttenuationAt(y) *
          AttenuationAt(pair.height - 1 - y);
+}
+
+// The same for the pixels x to x + count - 1 of row y.
+void FillAttenuation(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, ptrdiff_t count,
+                     float* scale) {
+  const float inside = AttenuationAt(y) * AttenuationAt(pair.height - 1 - y);
+  const ptrdiff_t left = std::clamp(kBorder - x, ptrdiff_t{0}, count);
+  const ptrdiff_t right = std::clamp(pair.width - kBorder - x, left, count);
+  for (ptrdiff_t i = 0; i < left; ++i) scale[i] = Attenuation(pair, x + i, y);
+  for (ptrdiff_t i = left; i < right; ++i) scale[i] = inside;
+  for (ptrdiff_t i = right; i < count; ++i) scale[i] = Attenuation(pair, x + i, y);
 }
 
 // Has pixel (x1, y1) a right and a lower neighbour?
@@ -108,132 +115,148 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
-constexpr ptrdiff_t kBlock = 16;
+// A row is done in stretches of kFewest to kMost pixels, in three steps with these results between
+// them. Vectors at the end of a stretch cover some of its pixels again.
+constexpr ptrdiff_t kFewest = 16;
+constexpr ptrdiff_t kMost = 128;
 
-// What a block of pixels of one row needs between the steps below.
-struct Block {
-  HWY_ALIGN float weight[4][kBlock];  // of the four pixels around the position
-  HWY_ALIGN int32_t x1[kBlock];       // upper left of them; -1 outside
-  HWY_ALIGN int32_t y1[kBlock];
-  HWY_ALIGN float four[4 * kBlock];  // (r0 - r)/2 twice, then the mean of r0 and r twice
-  HWY_ALIGN float last[kBlock];      // the mean of the mixed coefficients, halved
-  HWY_ALIGN float scale[kBlock];     // attenuation
+struct Stretch {
+  HWY_ALIGN float weight[4][kMost];  // of the four pixels around the position
+  HWY_ALIGN int32_t index[kMost];    // of the upper left of them; -1 outside
+  HWY_ALIGN float four[4 * kMost];   // (r0 - r)/2 twice, then the mean of r0 and r twice
+  HWY_ALIGN float last[kMost];       // the mean of the mixed coefficients, halved
+  HWY_ALIGN float scale[kMost];      // attenuation
 };
 
+// Calls step(i) for vectors of `lanes` pixels that cover 0 to count - 1.
+template <class Step>
+HWY_INLINE void CoverByVectors(ptrdiff_t count, ptrdiff_t lanes, const Step& step) {
+  ptrdiff_t i = 0;
+  for (; i + lanes <= count; i += lanes) step(i);
+  if (i < count) step(count - lanes);
+}
+
 // Where the flow points, and the interpolation weights there.
-void Positions(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, Block& block) {
-  const hn::CappedTag<float, kBlock> d;
+void Positions(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, ptrdiff_t count,
+               Stretch& stretch) {
+  const hn::CappedTag<float, kFewest> d;
   const hn::RebindToSigned<decltype(d)> di;
-  const auto one = hn::Set(d, 1.0f);
-  const auto zero = hn::Zero(d);
-  const auto far = hn::Set(d, kFarOutside);
-  const auto row = hn::Set(d, static_cast<float>(y));
-  for (ptrdiff_t i = 0; i < kBlock; i += static_cast<ptrdiff_t>(hn::Lanes(d))) {
-    auto dx = zero;
-    auto dy = zero;
-    hn::LoadInterleaved2(d, pair.flow + 2 * (y * pair.width + x + i), dx, dy);
-    const auto column = hn::ConvertTo(d, hn::Iota(di, static_cast<int32_t>(x + i)));
-    const auto fx = hn::Add(column, dx);
-    const auto fy = hn::Add(row, dy);
-    const auto near = hn::And(hn::And(hn::Ge(fx, zero), hn::Ge(fy, zero)),
-                              hn::And(hn::Lt(fx, far), hn::Lt(fy, far)));
-    const auto floor_x = hn::Floor(fx);
-    const auto floor_y = hn::Floor(fy);
-    const auto outside = hn::Set(d, -1.0f);
-    hn::Store(hn::ConvertTo(di, hn::IfThenElse(near, floor_x, outside)), di, block.x1 + i);
-    hn::Store(hn::ConvertTo(di, hn::IfThenElse(near, floor_y, outside)), di, block.y1 + i);
-    const auto ax = hn::Sub(fx, floor_x);
-    const auto ay = hn::Sub(fy, floor_y);
-    const auto bx = hn::Sub(one, ax);
-    const auto by = hn::Sub(one, ay);
-    hn::Store(hn::Mul(bx, by), d, block.weight[0] + i);
-    hn::Store(hn::Mul(ax, by), d, block.weight[1] + i);
-    hn::Store(hn::Mul(bx, ay), d, block.weight[2] + i);
-    hn::Store(hn::Mul(ax, ay), d, block.weight[3] + i);
-  }
+  using V = hn::Vec<decltype(d)>;
+  const V one = hn::Set(d, 1.0f);
+  const V zero = hn::Zero(d);
+  const V row = hn::Set(d, static_cast<float>(y));
+  const V end_x = hn::Set(d, static_cast<float>(pair.width - 1));
+  const V end_y = hn::Set(d, static_cast<float>(pair.height - 1));
+  const auto width = hn::Set(di, static_cast<int32_t>(pair.width));
+  const auto outside = hn::Set(di, -1);
+  const float* flow = pair.flow + 2 * (y * pair.width + x);
+  CoverByVectors(count, static_cast<ptrdiff_t>(hn::Lanes(d)), [&](ptrdiff_t i) HWY_ATTR {
+    V dx, dy;
+    hn::LoadInterleaved2(d, flow + 2 * i, dx, dy);
+    const V fx = hn::Add(hn::ConvertTo(d, hn::Iota(di, static_cast<int32_t>(x + i))), dx);
+    const V fy = hn::Add(row, dy);
+    const auto inside = hn::And(hn::And(hn::Ge(fx, zero), hn::Ge(fy, zero)),
+                                hn::And(hn::Lt(fx, end_x), hn::Lt(fy, end_y)));
+    const V floor_x = hn::Floor(fx);
+    const V floor_y = hn::Floor(fy);
+    const auto x1 = hn::ConvertTo(di, hn::IfThenElseZero(inside, floor_x));
+    const auto y1 = hn::ConvertTo(di, hn::IfThenElseZero(inside, floor_y));
+    const auto index = hn::Add(hn::Mul(y1, width), x1);
+    hn::StoreU(hn::IfThenElse(hn::RebindMask(di, inside), index, outside), di, stretch.index + i);
+    const V ax = hn::Sub(fx, floor_x);
+    const V ay = hn::Sub(fy, floor_y);
+    const V bx = hn::Sub(one, ax);
+    const V by = hn::Sub(one, ay);
+    hn::StoreU(hn::Mul(bx, by), d, stretch.weight[0] + i);
+    hn::StoreU(hn::Mul(ax, by), d, stretch.weight[1] + i);
+    hn::StoreU(hn::Mul(bx, ay), d, stretch.weight[2] + i);
+    hn::StoreU(hn::Mul(ax, ay), d, stretch.weight[3] + i);
+  });
 }
 
 // Interpolates the second expansion and meets it with the first. A pixel's first four coefficients
 // make one vector; differences are sums with the sign turned.
-void Coefficients(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, Block& block) {
+void Coefficients(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, ptrdiff_t count,
+                  Stretch& stretch) {
   const hn::FixedTag<float, 4> d;
   HWY_ALIGN static constexpr float kSigns[4] = {-0.0f, -0.0f, 0.0f, 0.0f};
   HWY_ALIGN static constexpr float kAlone[4] = {0.5f, 0.5f, 1.0f, 1.0f};
   const auto signs = hn::Load(d, kSigns);
+  const auto alone = hn::Load(d, kAlone);
   const auto half = hn::Set(d, 0.5f);
   const float* c0 = pair.r0 + 5 * (y * pair.width + x);
-  for (ptrdiff_t i = 0; i < kBlock; ++i, c0 += 5) {
+  for (ptrdiff_t i = 0; i < count; ++i, c0 += 5) {
     const auto first = hn::LoadU(d, c0);
-    const ptrdiff_t x1 = block.x1[i];
-    const ptrdiff_t y1 = block.y1[i];
-    if (HWY_UNLIKELY(!HasSquare(pair, x1, y1))) {
-      hn::Store(hn::Mul(first, hn::Load(d, kAlone)), d, block.four + 4 * i);
-      block.last[i] = c0[4] * 0.5f;
+    const ptrdiff_t index = stretch.index[i];
+    if (HWY_UNLIKELY(index < 0)) {
+      hn::Store(hn::Mul(first, alone), d, stretch.four + 4 * i);
+      stretch.last[i] = c0[4] * 0.5f;
       continue;
     }
-    const float* upper = pair.r1 + 5 * (y1 * pair.width + x1);
+    const float* upper = pair.r1 + 5 * index;
     const float* lower = upper + 5 * pair.width;
-    const float w0 = block.weight[0][i];
-    const float w1 = block.weight[1][i];
-    const float w2 = block.weight[2][i];
-    const float w3 = block.weight[3][i];
+    const float w0 = stretch.weight[0][i];
+    const float w1 = stretch.weight[1][i];
+    const float w2 = stretch.weight[2][i];
+    const float w3 = stretch.weight[3][i];
     auto r = hn::Mul(hn::Set(d, w0), hn::LoadU(d, upper));
     r = hn::Add(r, hn::Mul(hn::Set(d, w1), hn::LoadU(d, upper + 5)));
     r = hn::Add(r, hn::Mul(hn::Set(d, w2), hn::LoadU(d, lower)));
     r = hn::Add(r, hn::Mul(hn::Set(d, w3), hn::LoadU(d, lower + 5)));
-    hn::Store(hn::Mul(hn::Add(first, hn::Xor(r, signs)), half), d, block.four + 4 * i);
+    hn::Store(hn::Mul(hn::Add(first, hn::Xor(r, signs)), half), d, stretch.four + 4 * i);
     const float r6 = w0 * upper[4] + w1 * upper[9] + w2 * lower[4] + w3 * lower[9];
-    block.last[i] = (c0[4] + r6) * 0.25f;
+    stretch.last[i] = (c0[4] + r6) * 0.25f;
   }
 }
 
-void Terms(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, bool attenuate, const Block& block,
-           float* m) {
-  const hn::CappedTag<float, kBlock> d;
+void Terms(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, ptrdiff_t count,
+           const Stretch& stretch, float* m) {
+  const hn::CappedTag<float, kFewest> d;
   using V = hn::Vec<decltype(d)>;
-  for (ptrdiff_t i = 0; i < kBlock; i += static_cast<ptrdiff_t>(hn::Lanes(d))) {
+  const float* flow = pair.flow + 2 * (y * pair.width + x);
+  CoverByVectors(count, static_cast<ptrdiff_t>(hn::Lanes(d)), [&](ptrdiff_t i) HWY_ATTR {
     V dx, dy, r2, r3, r4, r5;
-    hn::LoadInterleaved2(d, pair.flow + 2 * (y * pair.width + x + i), dx, dy);
-    hn::LoadInterleaved4(d, block.four + 4 * i, r2, r3, r4, r5);
-    V r6 = hn::Load(d, block.last + i);
+    hn::LoadInterleaved2(d, flow + 2 * i, dx, dy);
+    hn::LoadInterleaved4(d, stretch.four + 4 * i, r2, r3, r4, r5);
+    V r6 = hn::LoadU(d, stretch.last + i);
     r2 = hn::Add(hn::Add(r2, hn::Mul(r4, dy)), hn::Mul(r6, dx));
     r3 = hn::Add(hn::Add(r3, hn::Mul(r6, dy)), hn::Mul(r5, dx));
-    if (attenuate) {
-      const V scale = hn::Load(d, block.scale + i);
-      r2 = hn::Mul(r2, scale);
-      r3 = hn::Mul(r3, scale);
-      r4 = hn::Mul(r4, scale);
-      r5 = hn::Mul(r5, scale);
-      r6 = hn::Mul(r6, scale);
-    }
+    // A factor of 1 where no border is near.
+    const V scale = hn::LoadU(d, stretch.scale + i);
+    r2 = hn::Mul(r2, scale);
+    r3 = hn::Mul(r3, scale);
+    r4 = hn::Mul(r4, scale);
+    r5 = hn::Mul(r5, scale);
+    r6 = hn::Mul(r6, scale);
     const V mixed = hn::Mul(r6, r6);
     StoreFive(d, hn::Add(hn::Mul(r4, r4), mixed), hn::Mul(hn::Add(r4, r5), r6),
               hn::Add(hn::Mul(r5, r5), mixed), hn::Add(hn::Mul(r4, r2), hn::Mul(r6, r3)),
               hn::Add(hn::Mul(r6, r2), hn::Mul(r5, r3)), m + 5 * (y * pair.width + x + i));
-  }
+  });
 }
 
-void BlockTerms(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, float* m) {
-  Block block;
-  const bool attenuate =
-      IsNearBorder(y, y, pair.height) || IsNearBorder(x, x + kBlock - 1, pair.width);
-  if (attenuate) {
-    for (ptrdiff_t i = 0; i < kBlock; ++i) block.scale[i] = Attenuation(pair, x + i, y);
-  }
-  Positions(pair, x, y, block);
-  Coefficients(pair, x, y, block);
-  Terms(pair, x, y, attenuate, block, m);
+void StretchTerms(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, ptrdiff_t count, float* m) {
+  Stretch stretch;
+  FillAttenuation(pair, x, y, count, stretch.scale);
+  Positions(pair, x, y, count, stretch);
+  Coefficients(pair, x, y, count, stretch);
+  Terms(pair, x, y, count, stretch, m);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR
 
 void RowTerms(const ExpansionPair& pair, ptrdiff_t y, float* m) {
 #if HWY_TARGET != HWY_SCALAR
-  if (pair.width >= kBlock) {
-    // The last block covers some pixels again.
-    ptrdiff_t x = 0;
-    for (; x + kBlock <= pair.width; x += kBlock) BlockTerms(pair, x, y, m);
-    if (x < pair.width) BlockTerms(pair, pair.width - kBlock, y, m);
+  // Positions and pixel numbers are exact in single precision and 32 bits up to these sizes.
+  constexpr ptrdiff_t kExactSide = 1 << 24;
+  if (pair.width >= kFewest && pair.width <= kExactSide && pair.height <= kExactSide &&
+      pair.width * pair.height <= INT32_MAX) {
+    for (ptrdiff_t x = 0; x < pair.width;) {
+      const ptrdiff_t left = pair.width - x;
+      const ptrdiff_t count = left <= kMost ? left : HWY_MIN(kMost, left - kFewest);
+      StretchTerms(pair, x, y, count, m);
+      x += count;
+    }
     return;
   }
 #endif
