@@ -60,7 +60,8 @@ void MoveColumns(const float* enters, const float* leaves, ptrdiff_t count,
 
 #if HWY_TARGET != HWY_SCALAR
 
-constexpr ptrdiff_t kBlock = 16;
+// Pixels of a row that are summed before they are solved; a whole number of vectors.
+constexpr ptrdiff_t kStretch = 128;
 
 // The running sums of the five terms as vectors of up to four doubles and a single one.
 struct RunningSums {
@@ -97,12 +98,16 @@ HWY_INLINE void MoveSums(const float* enters, const float* leaves, RunningSums& 
   sums.last += static_cast<double>(enters[4] - leaves[4]);
 }
 
-void SolveBlock(const double* four, const double* last, double scale, float* flow) {
-  const hn::CappedTag<double, kBlock> d;
+// Solves whole vectors of pixels; returns how many pixels.
+ptrdiff_t SolveVectors(const double* four, const double* last, ptrdiff_t count, double scale,
+                       float* flow) {
+  const hn::ScalableTag<double> d;
   const hn::Rebind<float, decltype(d)> df;
   using V = hn::Vec<decltype(d)>;
+  const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
   const V factor = hn::Set(d, scale);
-  for (ptrdiff_t i = 0; i < kBlock; i += static_cast<ptrdiff_t>(hn::Lanes(d))) {
+  ptrdiff_t i = 0;
+  for (; i + lanes <= count; i += lanes) {
     V g11, g12, g22, h1;
     hn::LoadInterleaved4(d, four + 4 * i, g11, g12, g22, h1);
     g11 = hn::Mul(g11, factor);
@@ -116,37 +121,55 @@ void SolveBlock(const double* four, const double* last, double scale, float* flo
     const V dy = hn::Mul(hn::Sub(hn::Mul(g22, h1), hn::Mul(g12, h2)), inverse);
     hn::StoreInterleaved2(hn::DemoteTo(df, dx), hn::DemoteTo(df, dy), df, flow + 2 * i);
   }
+  return i;
+}
+
+// Moves the sums over `count` pixels from x on, keeping those of each pixel.
+void SumStretch(const float* columns, ptrdiff_t width, ptrdiff_t reach, ptrdiff_t x,
+                ptrdiff_t count, RunningSums& running, double* four, double* last) {
+  const ptrdiff_t inner_begin = HWY_MIN(HWY_MAX(reach + 1 - x, 0), count);
+  const ptrdiff_t inner_end = HWY_MAX(HWY_MIN(width - reach - x, count), inner_begin);
+  const auto step = [&](ptrdiff_t i, ptrdiff_t enters, ptrdiff_t leaves) HWY_ATTR {
+    MoveSums(columns + 5 * enters, columns + 5 * leaves, running);
+    StoreSums(running, four + 4 * i, last + i);
+  };
+  const auto border_step = [&](ptrdiff_t i) HWY_ATTR {
+    step(i, HWY_MIN(x + i + reach, width - 1), HWY_MAX(x + i - reach - 1, 0));
+  };
+  for (ptrdiff_t i = 0; i < inner_begin; ++i) border_step(i);
+  for (ptrdiff_t i = inner_begin; i < inner_end; ++i) step(i, x + i + reach, x + i - reach - 1);
+  for (ptrdiff_t i = inner_end; i < count; ++i) border_step(i);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR
 
 // Solves one row from its column sums; columns beyond the image repeat its border column. `sums`
 // are the five sums of the square left of the first pixel.
-void SolveRow(const float* columns, ptrdiff_t width, ptrdiff_t reach, double scale, double* sums,
-              float* flow) {
-  const ptrdiff_t last_column = width - 1;
-  ptrdiff_t x = 0;
+void SolveRow(const float* columns, ptrdiff_t width, ptrdiff_t reach, double scale,
+              const double* sums, float* flow) {
 #if HWY_TARGET != HWY_SCALAR
-  HWY_ALIGN double four[4 * kBlock];
-  HWY_ALIGN double last[kBlock];
+  HWY_ALIGN double four[4 * kStretch];
+  HWY_ALIGN double last[kStretch];
   RunningSums running;
   LoadSums(sums, running);
-  for (; x + kBlock <= width; x += kBlock) {
-    for (ptrdiff_t i = 0; i < kBlock; ++i) {
-      MoveSums(columns + 5 * HWY_MIN(x + i + reach, last_column),
-               columns + 5 * HWY_MAX(x + i - reach - 1, 0), running);
-      StoreSums(running, four + 4 * i, last + i);
+  for (ptrdiff_t x = 0; x < width; x += kStretch) {
+    const ptrdiff_t count = HWY_MIN(kStretch, width - x);
+    SumStretch(columns, width, reach, x, count, running, four, last);
+    for (ptrdiff_t i = SolveVectors(four, last, count, scale, flow + 2 * x); i < count; ++i) {
+      const double one[5] = {four[4 * i], four[4 * i + 1], four[4 * i + 2], four[4 * i + 3],
+                             last[i]};
+      SolvePixel(one, scale, flow + 2 * (x + i));
     }
-    SolveBlock(four, last, scale, flow + 2 * x);
   }
-  StoreSums(running, sums, sums + 4);
-#endif
-  for (; x < width; ++x) {
-    const float* enters = columns + 5 * HWY_MIN(x + reach, last_column);
+#else
+  double running[5] = {sums[0], sums[1], sums[2], sums[3], sums[4]};
+  for (ptrdiff_t x = 0; x < width; ++x) {
+    const float* enters = columns + 5 * HWY_MIN(x + reach, width - 1);
     const float* leaves = columns + 5 * HWY_MAX(x - reach - 1, 0);
-    for (int j = 0; j < 5; ++j) sums[j] += static_cast<double>(enters[j] - leaves[j]);
-    SolvePixel(sums, scale, flow + 2 * x);
+    for (int j = 0; j < 5; ++j) running[j] += static_cast<double>(enters[j] - leaves[j]);
+    SolvePixel(running, scale, flow + 2 * x);
   }
+#endif
 }
 
 }  // namespace
