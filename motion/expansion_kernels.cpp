@@ -106,43 +106,67 @@ HWY_INLINE void ColumnVector(D d, RowPair pair, ptrdiff_t x, const ExpansionKern
   hn::StoreU(t2, d, rows.t2 + x);
 }
 
-// `d` has as many lanes as a vector of doubles.
+// The six weighted sums of a vector of pixels.
 template <class D>
-HWY_INLINE void PixelVector(D d, const MomentRows& rows, ptrdiff_t x, const ExpansionKernel& kernel,
-                            float* dst) {
+struct PixelSums {
+  hn::Vec<D> b1, b2, b3, b4, b5, b6;
+};
+
+template <class D>
+HWY_INLINE PixelSums<D> StartSums(D d, const MomentRows& rows, ptrdiff_t x, float g0) {
+  const auto g = hn::Set(d, g0);
+  const auto zero = hn::Zero(d);
+  return {hn::Mul(hn::LoadU(d, rows.t0 + x), g), zero, hn::Mul(hn::LoadU(d, rows.t1 + x), g), zero,
+          hn::Mul(hn::LoadU(d, rows.t2 + x), g), zero};
+}
+
+template <class D>
+HWY_INLINE void AddOffset(D d, const MomentRows& rows, ptrdiff_t x, ptrdiff_t k,
+                          const ExpansionKernel& kernel, PixelSums<D>& sums) {
   using V = hn::Vec<D>;
   const hn::Rebind<double, D> dd;
-  const V g0 = hn::Set(d, kernel.g[0]);
-  V b1 = hn::Mul(hn::LoadU(d, rows.t0 + x), g0);
-  V b3 = hn::Mul(hn::LoadU(d, rows.t1 + x), g0);
-  V b5 = hn::Mul(hn::LoadU(d, rows.t2 + x), g0);
-  V b2 = hn::Zero(d);
-  V b4 = hn::Zero(d);
-  V b6 = hn::Zero(d);
+  const V g = hn::Set(d, kernel.g[k]);
+  const V xg = hn::Set(d, kernel.xg[k]);
+  const V left0 = hn::LoadU(d, rows.t0 + x - k);
+  const V right0 = hn::LoadU(d, rows.t0 + x + k);
+  const V left1 = hn::LoadU(d, rows.t1 + x - k);
+  const V right1 = hn::LoadU(d, rows.t1 + x + k);
+  const V both2 = hn::Add(hn::LoadU(d, rows.t2 + x + k), hn::LoadU(d, rows.t2 + x - k));
+  const auto tg = hn::PromoteTo(dd, hn::Add(right0, left0));
+  const auto p1 = hn::Mul(tg, hn::Set(dd, static_cast<double>(kernel.g[k])));
+  const auto p4 = hn::Mul(tg, hn::Set(dd, static_cast<double>(kernel.xxg[k])));
+  sums.b1 = hn::DemoteTo(d, hn::Add(hn::PromoteTo(dd, sums.b1), p1));
+  sums.b4 = hn::DemoteTo(d, hn::Add(hn::PromoteTo(dd, sums.b4), p4));
+  sums.b2 = hn::Add(sums.b2, hn::Mul(hn::Sub(right0, left0), xg));
+  sums.b3 = hn::Add(sums.b3, hn::Mul(hn::Add(right1, left1), g));
+  sums.b6 = hn::Add(sums.b6, hn::Mul(hn::Sub(right1, left1), xg));
+  sums.b5 = hn::Add(sums.b5, hn::Mul(both2, g));
+}
+
+template <class D>
+HWY_INLINE void StoreCoefficients(D d, const PixelSums<D>& sums, const ExpansionKernel& kernel,
+                                  float* dst) {
+  const auto ig11 = hn::Set(d, kernel.ig11);
+  const auto ig33 = hn::Set(d, kernel.ig33);
+  const auto b1_share = hn::Mul(sums.b1, hn::Set(d, kernel.ig03));
+  StoreFive(d, hn::Mul(sums.b3, ig11), hn::Mul(sums.b2, ig11),
+            hn::Add(b1_share, hn::Mul(sums.b5, ig33)), hn::Add(b1_share, hn::Mul(sums.b4, ig33)),
+            hn::Mul(sums.b6, hn::Set(d, kernel.ig55)), dst);
+}
+
+// Two vectors at once, from columns x and x2 on: the steps of one sum wait for each other. `d` has
+// as many lanes as a vector of doubles.
+template <class D>
+HWY_INLINE void TwoPixelVectors(D d, const MomentRows& rows, ptrdiff_t x, ptrdiff_t x2,
+                                const ExpansionKernel& kernel, float* dst) {
+  PixelSums<D> sums = StartSums(d, rows, x, kernel.g[0]);
+  PixelSums<D> sums2 = StartSums(d, rows, x2, kernel.g[0]);
   for (ptrdiff_t k = 1; k <= kernel.reach; ++k) {
-    const V g = hn::Set(d, kernel.g[k]);
-    const V xg = hn::Set(d, kernel.xg[k]);
-    const V left0 = hn::LoadU(d, rows.t0 + x - k);
-    const V right0 = hn::LoadU(d, rows.t0 + x + k);
-    const V left1 = hn::LoadU(d, rows.t1 + x - k);
-    const V right1 = hn::LoadU(d, rows.t1 + x + k);
-    const V both2 = hn::Add(hn::LoadU(d, rows.t2 + x + k), hn::LoadU(d, rows.t2 + x - k));
-    const auto tg = hn::PromoteTo(dd, hn::Add(right0, left0));
-    const auto p1 = hn::Mul(tg, hn::Set(dd, static_cast<double>(kernel.g[k])));
-    const auto p4 = hn::Mul(tg, hn::Set(dd, static_cast<double>(kernel.xxg[k])));
-    b1 = hn::DemoteTo(d, hn::Add(hn::PromoteTo(dd, b1), p1));
-    b4 = hn::DemoteTo(d, hn::Add(hn::PromoteTo(dd, b4), p4));
-    b2 = hn::Add(b2, hn::Mul(hn::Sub(right0, left0), xg));
-    b3 = hn::Add(b3, hn::Mul(hn::Add(right1, left1), g));
-    b6 = hn::Add(b6, hn::Mul(hn::Sub(right1, left1), xg));
-    b5 = hn::Add(b5, hn::Mul(both2, g));
+    AddOffset(d, rows, x, k, kernel, sums);
+    AddOffset(d, rows, x2, k, kernel, sums2);
   }
-  const V ig11 = hn::Set(d, kernel.ig11);
-  const V ig33 = hn::Set(d, kernel.ig33);
-  const V b1_share = hn::Mul(b1, hn::Set(d, kernel.ig03));
-  StoreFive(d, hn::Mul(b3, ig11), hn::Mul(b2, ig11), hn::Add(b1_share, hn::Mul(b5, ig33)),
-            hn::Add(b1_share, hn::Mul(b4, ig33)), hn::Mul(b6, hn::Set(d, kernel.ig55)),
-            dst + 5 * x);
+  StoreCoefficients(d, sums, kernel, dst + 5 * x);
+  StoreCoefficients(d, sums2, kernel, dst + 5 * x2);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR
@@ -179,9 +203,11 @@ void Row(const MomentRows& rows, ptrdiff_t width, const ExpansionKernel& kernel,
   const hn::Rebind<float, hn::ScalableTag<double>> d;
   const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
   if (width >= lanes) {
-    ptrdiff_t x = 0;
-    for (; x + lanes <= width; x += lanes) PixelVector(d, rows, x, kernel, dst);
-    if (x < width) PixelVector(d, rows, width - lanes, kernel, dst);
+    // The vectors at the end of the row cover some pixels again.
+    for (ptrdiff_t x = 0; x < width; x += 2 * lanes) {
+      TwoPixelVectors(d, rows, HWY_MIN(x, width - lanes), HWY_MIN(x + lanes, width - lanes), kernel,
+                      dst);
+    }
     return;
   }
 #endif
