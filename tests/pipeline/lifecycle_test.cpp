@@ -86,7 +86,7 @@ class Lifecycle : public EngineFixture, public ::testing::WithParamInterface<con
  protected:
   void SetUp() override {
     EngineFixture::SetUp();
-    Loader() = LoaderFaults();
+    loader = LoaderFaults();
   }
   const Family& family() const { return *GetParam(); }
 
@@ -96,7 +96,7 @@ class Lifecycle : public EngineFixture, public ::testing::WithParamInterface<con
     EXPECT_EQ(family().init(&handle, "tuning.xml", pool_.get()), code);
     EXPECT_EQ(handle, nullptr);
     EXPECT_EQ(pool_.live(), 0u);
-    EXPECT_EQ(Loader().opens, Loader().closes);
+    EXPECT_EQ(loader.opens, loader.closes);
     EXPECT_EQ(script().alive, 0);
   }
 };
@@ -111,14 +111,14 @@ TEST_P(Lifecycle, OpensAndCloses) {
   EXPECT_THAT(pool_.events, Contains("+mask:3072"));
   EXPECT_EQ(script().create_mode, family().create_mode);
   EXPECT_EQ(script().model_dir, "/vendor/etc/camera/cnnmodel/imagesegmentation/");
-  EXPECT_EQ(Loader().closes, 0);
+  EXPECT_EQ(loader.closes, 0);
 
   pool_.events.clear();
   EXPECT_EQ(family().deinit(&handle), 0);
   EXPECT_EQ(handle, nullptr);
   EXPECT_THAT(Names(pool_.events, '-'), ElementsAreArray(family().closing));
-  EXPECT_EQ(Loader().opens, 1);
-  EXPECT_EQ(Loader().closes, 1);
+  EXPECT_EQ(loader.opens, 1);
+  EXPECT_EQ(loader.closes, 1);
   EXPECT_EQ(script().destroys, 1);
 }
 
@@ -145,24 +145,24 @@ TEST_P(Lifecycle, EveryFailedAllocationUnwinds) {
       if (std::find(family().allocations.begin(), end, held) != end) released.push_back(held);
     }
     EXPECT_THAT(Names(pool.events, '-'), ElementsAreArray(released));
-    EXPECT_EQ(Loader().opens, Loader().closes);
+    EXPECT_EQ(loader.opens, loader.closes);
     EXPECT_EQ(script().creates, script().destroys);
   }
 }
 
 TEST_P(Lifecycle, LoaderAndEngineFailuresUnwind) {
-  Loader().fail_open = true;
+  loader.fail_open = true;
   ExpectFailure(-2000);
   EXPECT_TRUE(log_.contains("dlopen libPlimra.so ERROR\n"));
-  Loader().fail_open = false;
+  loader.fail_open = false;
 
   for (const char* symbol : {"Plimra_Create", "Plimra_Process", "Plimra_Destroy"}) {
     log_.clear();
-    Loader().missing_symbol = symbol;
+    loader.missing_symbol = symbol;
     ExpectFailure(-2000);
     EXPECT_TRUE(log_.contains("dlsym  ERROR\n")) << symbol;
   }
-  Loader().missing_symbol.clear();
+  loader.missing_symbol = nullptr;
 
   script().create_result = 7;
   ExpectFailure(-2000);

@@ -2,60 +2,56 @@
 
 #include <dlfcn.h>
 
-#include <cstring>
+// The sanitizers' runtime calls dlsym while it starts, when neither instrumented code nor the
+// intercepted functions of the C library can run yet.
+#define BEFORE_SANITIZERS \
+  __attribute__((no_sanitize("address"), no_sanitize("thread"), no_sanitize("undefined")))
+#define HOST_EXPORT extern "C" __attribute__((visibility("default"))) BEFORE_SANITIZERS
 
 namespace vantro::test {
+
+LoaderFaults loader = {};
+
 namespace {
 
 void* engine_library = nullptr;
 
-// The next definition of a loader function behind this program's own. dlsym itself cannot be asked
-// for by dlsym here.
-template <typename Function>
-Function Next(const char* name) {
-#if defined(__x86_64__)
-  const char* version = "GLIBC_2.2.5";
-#else
-  const char* version = "GLIBC_2.17";
-#endif
-  void* found = dlvsym(RTLD_NEXT, name, "GLIBC_2.34");
-  if (found == nullptr) found = dlvsym(RTLD_NEXT, name, version);
-  return reinterpret_cast<Function>(found);
+BEFORE_SANITIZERS bool Equal(const char* a, const char* b) {
+  if (a == nullptr || b == nullptr) return false;
+  for (; *a == *b; ++a, ++b) {
+    if (*a == '\0') return true;
+  }
+  return false;
 }
+
+// The next definition of a loader function behind this program's own; dlsym cannot be asked for
+// dlsym. The version is that of the C library which took the loader's functions in.
+BEFORE_SANITIZERS void* Next(const char* name) { return dlvsym(RTLD_NEXT, name, "GLIBC_2.34"); }
 
 }  // namespace
-
-LoaderFaults& Loader() {
-  static LoaderFaults faults;
-  return faults;
-}
-
 }  // namespace vantro::test
 
-using vantro::test::Loader;
-
-#define HOST_EXPORT extern "C" __attribute__((visibility("default")))
+using vantro::test::loader;
 
 HOST_EXPORT void* dlopen(const char* file, int mode) noexcept {
-  static const auto next = vantro::test::Next<void* (*)(const char*, int)>("dlopen");
-  const bool engine = file != nullptr && std::strcmp(file, "libPlimra.so") == 0;
-  if (engine && Loader().fail_open) return nullptr;
+  const bool engine = vantro::test::Equal(file, "libPlimra.so");
+  if (engine && loader.fail_open) return nullptr;
+  const auto next = reinterpret_cast<void* (*)(const char*, int)>(vantro::test::Next("dlopen"));
   void* library = next(file, mode);
   if (engine && library != nullptr) {
     vantro::test::engine_library = library;
-    ++Loader().opens;
+    ++loader.opens;
   }
   return library;
 }
 
 HOST_EXPORT void* dlsym(void* library, const char* name) noexcept {
-  static const auto next = vantro::test::Next<void* (*)(void*, const char*)>("dlsym");
-  if (Loader().missing_symbol == name) return nullptr;
-  return next(library, name);
+  if (vantro::test::Equal(name, loader.missing_symbol)) return nullptr;
+  return reinterpret_cast<void* (*)(void*, const char*)>(vantro::test::Next("dlsym"))(library,
+                                                                                      name);
 }
 
 HOST_EXPORT int dlclose(void* library) noexcept {
-  static const auto next = vantro::test::Next<int (*)(void*)>("dlclose");
-  if (library == vantro::test::engine_library) ++Loader().closes;
-  return next(library);
+  if (library == vantro::test::engine_library) ++loader.closes;
+  return reinterpret_cast<int (*)(void*)>(vantro::test::Next("dlclose"))(library);
 }

@@ -3,18 +3,17 @@
 #ifndef VANTRO_TESTS_PIPELINE_LOADER_FAULTS_H_
 #define VANTRO_TESTS_PIPELINE_LOADER_FAULTS_H_
 
-#include <string>
-
 namespace vantro::test {
 
 struct LoaderFaults {
-  bool fail_open = false;
-  std::string missing_symbol;
-  int opens = 0;   // of libPlimra.so, successful ones
-  int closes = 0;  // of the same
+  bool fail_open;
+  const char* missing_symbol;  // null: none
+  int opens;                   // of libPlimra.so, successful ones
+  int closes;                  // of the same
 };
 
-LoaderFaults& Loader();
+// Plain data without a constructor: the sanitizers look symbols up before any has run.
+extern LoaderFaults loader;
 
 }  // namespace vantro::test
 
