@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <functional>
 #include <limits>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -110,24 +111,27 @@ TEST(ThreadPool, ASecondDispatchWaitsForTheFirstTask) {
 }
 
 TEST(ThreadPool, WaitsDestructionAndFlagChangeOutlastTheRunningTask) {
-  const std::pair<const char*, std::function<void(MThreadPool*)>> calls[] = {
+  const struct {
+    std::string name;
+    std::function<void(MThreadPool*)> run;
+  } calls[] = {
       {"Clean", [](MThreadPool* pool) { MThread_Clean(pool, 1); }},
       {"Sync", [](MThreadPool* pool) { MThread_Sync(pool, 0, 2); }},
       {"ChangeBindCoreFlag", [](MThreadPool* pool) { MThread_ChangeBindCoreFlag(pool, 2); }},
       {"Destroy", [](MThreadPool* pool) { MThread_Destroy(pool); }}};
-  for (const auto& [name, call] : calls) {
+  for (const auto& call : calls) {
     MThreadPool* pool = MThread_Create(2, &kUnpinned, nullptr);
     Gate gate;
     MThread_Boot(pool, 1, WaitAtGate, &gate);
-    EXPECT_TRUE(WaitsForGate(gate, [&] { call(pool); })) << name;
-    EXPECT_EQ(gate.left, 1) << name;
-    if (std::string(name) == "ChangeBindCoreFlag") {
+    EXPECT_TRUE(WaitsForGate(gate, [&] { call.run(pool); })) << call.name;
+    EXPECT_EQ(gate.left, 1) << call.name;
+    if (call.name == "ChangeBindCoreFlag") {
       EXPECT_EQ(pool->threads[0].bind_core_flag, 2);
       EXPECT_EQ(pool->threads[1].bind_core_flag, 2);
       // The task has run and nobody has collected it: it stays in the slot.
       EXPECT_EQ(pool->threads[1].task_func, &WaitAtGate);
     }
-    if (std::string(name) != "Destroy") MThread_Destroy(pool);
+    if (call.name != "Destroy") MThread_Destroy(pool);
   }
 }
 
