@@ -1,0 +1,334 @@
+// The fixed-point guided filter against its definition, box by box.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <iostream>
+#include <limits>
+#include <string>
+
+#include "tests/image/image_buffers.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/log_capture.h"
+#include "vantro/image.h"
+
+namespace vantro::test {
+namespace {
+
+using SignedBytes = std::vector<signed char>;
+
+constexpr char kTag[] = "QZA_MVANTRO";
+constexpr char kOddLine[] = "NNeighbor_2x22() width or height parameters Error!";
+
+struct Geometry {
+  int width;
+  int height;
+  int stride;
+  int radius;
+
+  int half_width() const { return (width + 1) / 2; }
+  int half_height() const { return (height + 1) / 2; }
+};
+
+std::ostream& operator<<(std::ostream& out, const Geometry& g) {
+  return out << g.width << "/" << g.stride << "x" << g.height << " radius " << g.radius;
+}
+
+// A reduced plane whose edge elements go on beyond it.
+struct Reduced {
+  int width;
+  int height;
+  std::vector<int> values;
+
+  template <typename Value>
+  Reduced(const Geometry& g, Value value) : width(g.half_width()), height(g.half_height()) {
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) values.push_back(value(x, y));
+    }
+  }
+  int At(int x, int y) const {
+    return values[Area(width, std::clamp(y, 0, height - 1)) +
+                  static_cast<size_t>(std::clamp(x, 0, width - 1))];
+  }
+};
+
+template <typename Element>
+int64_t BoxSum(int x, int y, int radius, Element element) {
+  int64_t sum = 0;
+  for (int dy = -radius; dy <= radius; ++dy) {
+    for (int dx = -radius; dx <= radius; ++dx) sum += element(x + dx, y + dy);
+  }
+  return sum;
+}
+
+// Reads element (x, y) of a plane reduced by nearest samples.
+template <typename T>
+Reduced Reduce(const std::vector<T>& plane, const Geometry& g) {
+  const auto index = [](int i, int full, int half) {
+    return full % 2 == 0 ? 2 * i : static_cast<int>(i * (static_cast<double>(full) / half));
+  };
+  return Reduced(g, [&](int x, int y) {
+    return plane[Area(g.stride, index(y, g.height, g.half_height())) +
+                 static_cast<size_t>(index(x, g.width, g.half_width()))];
+  });
+}
+
+struct Result {
+  Reduced a;
+  Reduced b;
+  SignedBytes output;
+};
+
+Result Filter(const Bytes& guide, const SignedBytes& input, const Geometry& g, int eps_q, int shift,
+              SignedBytes output) {
+  const Reduced i = Reduce(guide, g), p = Reduce(input, g);
+  const int r = (g.radius + 1) / 2;
+  const int64_t n = (2 * r + 1) * (2 * r + 1);
+  const int64_t e = int64_t{eps_q} * 65025 / (int64_t{1} << shift) * n;
+  const auto sum_i = [&](int x, int y) {
+    return BoxSum(x, y, r, [&](int u, int v) { return i.At(u, v); });
+  };
+  const auto sum_p = [&](int x, int y) {
+    return BoxSum(x, y, r, [&](int u, int v) { return p.At(u, v); });
+  };
+  const Reduced a(g, [&](int x, int y) {
+    const int64_t ii = BoxSum(x, y, r, [&](int u, int v) { return i.At(u, v) * i.At(u, v); });
+    const int64_t ip = BoxSum(x, y, r, [&](int u, int v) { return i.At(u, v) * p.At(u, v); });
+    const int64_t den = n * ii - sum_i(x, y) * sum_i(x, y) + e;
+    const int64_t d = (den >> 9) & 0xFFFF;
+    const int64_t quotient = 2 * (n * ip - sum_i(x, y) * sum_p(x, y)) / (d == 0 ? 1 : d);
+    return static_cast<int>(std::clamp<int64_t>(quotient, -2048, 2047));
+  });
+  const Reduced b(g, [&](int x, int y) {
+    return static_cast<int>((sum_p(x, y) * 1024 - sum_i(x, y) * a.At(x, y)) / (255 * n));
+  });
+  const auto mean = [&](const Reduced& plane) {
+    return Reduced(g, [&](int x, int y) {
+      return static_cast<int>(BoxSum(x, y, r, [&](int u, int v) { return plane.At(u, v); }) / n);
+    });
+  };
+  const Reduced mean_a = mean(a), mean_b = mean(b);
+  for (int y = 0; y < g.height; ++y) {
+    for (int x = 0; x < g.width; ++x) {
+      const size_t at = Area(g.stride, y) + static_cast<size_t>(x);
+      const int q = 255 * mean_b.At(x / 2, y / 2) + guide[at] * mean_a.At(x / 2, y / 2);
+      output[at] = static_cast<signed char>(q < -132095 ? -128 : q > 130047 ? 127 : q / 1024);
+    }
+  }
+  return {a, b, output};
+}
+
+std::vector<Geometry> Geometries(Random& random) {
+  std::vector<Geometry> all = {{1, 1, 1, 0},     {2, 2, 2, 1},   {20, 20, 20, 10},
+                               {21, 23, 24, 10}, {40, 2, 41, 1}, {3, 30, 3, 0}};
+  for (int i = 0; i < 30; ++i) {
+    const int width = random.Int(4, 60), height = random.Int(4, 30);
+    all.push_back({width, height, width + random.Int(0, 3),
+                   random.Int(0, std::min({width / 2, height / 2, 10}))});
+  }
+  return all;
+}
+
+// Pictures of different contrast, so that coefficients reach both limits and the middle.
+Bytes Picture(Random& random, const Geometry& g) {
+  Bytes picture = random.Noise(Area(g.stride, g.height));
+  const int contrast = random.Int(0, 3);
+  for (size_t i = 0; i < picture.size(); ++i) {
+    if (contrast == 0) picture[i] = static_cast<uint8_t>(100 + picture[i] % 4);
+    if (contrast == 1) picture[i] = picture[i] < 128 ? 0 : 255;
+    if (contrast == 2) picture[i] = static_cast<uint8_t>(i / 7);
+  }
+  return picture;
+}
+
+std::vector<LogLine> OddLines(const Geometry& g) {
+  const bool even = g.width % 2 == 0 && g.height % 2 == 0;
+  return std::vector<LogLine>(even ? 0 : 2, LogLine{6, kTag, kOddLine});
+}
+
+// Keeps what the filters print out of the report of tests that pass.
+class GuidedFilterFixed : public testing::Test {
+ protected:
+  void SetUp() override { testing::internal::CaptureStdout(); }
+  void TearDown() override {
+    const std::string printed = testing::internal::GetCapturedStdout();
+    if (HasFailure()) std::cout << printed;
+  }
+};
+
+TEST_F(GuidedFilterFixed, EqualsItsDefinition) {
+  Random random(1);
+  for (const Geometry& g : Geometries(random)) {
+    SCOPED_TRACE(g);
+    const Bytes guide = Picture(random, g);
+    SignedBytes input;
+    for (uint8_t byte : Picture(random, g)) input.push_back(static_cast<signed char>(byte - 128));
+    const SignedBytes before(guide.size(), 33);
+    const auto shift = static_cast<signed char>(random.Int(0, 20));
+    const int eps_q = random.Int(0, 5000);
+    const Result expected = Filter(guide, input, g, eps_q, shift, before);
+
+    Guarded<uint8_t> from(guide);
+    Guarded<signed char> to(before);
+    const auto radius = static_cast<uint8_t>(g.radius);
+    LogCapture log;
+    EXPECT_EQ(guided_filter_fast_detail_optm2(from.get(), input.data(), g.width, g.height, radius,
+                                              eps_q, shift, to.get(), g.stride, nullptr),
+              0);
+    EXPECT_TRUE(SamePlanes(to.values(), expected.output, g.stride));
+    EXPECT_EQ(log.lines(), OddLines(g));
+    EXPECT_THAT(log.timing_labels(), testing::ElementsAre("GF_meanab_part456_threadloop"));
+
+    // A work area of any alignment receives the planes of a and b.
+    const size_t area = Area(g.half_width(), g.half_height());
+    for (const size_t offset : {0u, 1u}) {
+      Guarded<uint8_t> work(Bytes(4 * area + offset));
+      std::fill(to.get(), to.get() + before.size(), static_cast<signed char>(33));
+      guided_filter_fast_detail_optm2(from.get(), input.data(), g.width, g.height, radius, eps_q,
+                                      shift, to.get(), g.stride, work.get() + offset);
+      EXPECT_TRUE(SamePlanes(to.values(), expected.output, g.stride));
+      std::vector<int16_t> planes(2 * area);
+      std::memcpy(planes.data(), work.get() + offset, 4 * area);
+      EXPECT_TRUE(std::equal(expected.a.values.begin(), expected.a.values.end(), planes.begin()));
+      EXPECT_TRUE(std::equal(expected.b.values.begin(), expected.b.values.end(),
+                             planes.begin() + static_cast<ptrdiff_t>(area)));
+    }
+  }
+}
+
+TEST_F(GuidedFilterFixed, EpsBecomesAQuotientAndAShift) {
+  Random random(2);
+  const Geometry g = {24, 16, 25, 4};
+  const Bytes guide = random.Noise(Area(g.stride, g.height));
+  const Bytes input = random.Noise(guide.size());
+  SignedBytes centred;
+  for (uint8_t byte : input) centred.push_back(static_cast<signed char>(byte - 128));
+  struct Case {
+    float eps;
+    int quotient;
+    int shift;
+  };
+  for (const Case& c : {Case{0.25f, 2, 3},
+                        {1.0f, 2, 1},
+                        {0.0f, 0, 26},
+                        {0.01f, 2, 8},
+                        {1e-7f, 3, 26},
+                        {6e-8f, 2, 25},
+                        {3.9f, 7, 1},
+                        {1e30f, INT32_MAX, 1},
+                        {-0.5f, -16777216, 26},
+                        {std::numeric_limits<float>::quiet_NaN(), 0, 26}}) {
+    SCOPED_TRACE(c.eps);
+    const SignedBytes filtered =
+        Filter(guide, centred, g, c.quotient, c.shift, SignedBytes(guide.size())).output;
+    Bytes expected(guide.size(), 0x77);
+    for (int y = 0; y < g.height; ++y) {
+      for (int x = 0; x < g.width; ++x) {
+        const size_t at = Area(g.stride, y) + static_cast<size_t>(x);
+        expected[at] = static_cast<uint8_t>(filtered[at] + 128);
+      }
+    }
+    Bytes output(guide.size(), 0x77);
+    EXPECT_EQ(guide_filter_acc(guide.data(), input.data(), g.width, g.height, 4, c.eps,
+                               output.data(), g.stride, nullptr),
+              0);
+    EXPECT_TRUE(SamePlanes(output, expected, g.stride));
+  }
+}
+
+TEST_F(GuidedFilterFixed, BadParametersAreLogged) {
+  const Bytes guide(900, 100);
+  const SignedBytes input(900, 5);
+  SignedBytes output(900, 33);
+  const LogLine refused = {6, kTag, "Parameters Error!"};
+  const auto expect_refused = [&](const uint8_t* i, const signed char* p, int width, int height,
+                                  uint8_t radius, signed char shift, signed char* q, int stride) {
+    LogCapture log;
+    EXPECT_EQ(
+        guided_filter_fast_detail_optm2(i, p, width, height, radius, 2, shift, q, stride, nullptr),
+        2000);
+    EXPECT_THAT(log.lines(), testing::ElementsAre(refused));
+  };
+  signed char* const q = output.data();
+  expect_refused(nullptr, input.data(), 30, 30, 2, 3, q, 30);
+  expect_refused(guide.data(), nullptr, 30, 30, 2, 3, q, 30);
+  expect_refused(guide.data(), input.data(), 30, 30, 2, 3, nullptr, 30);
+  expect_refused(guide.data(), input.data(), 7, 30, 4, 3, q, 30);
+  expect_refused(guide.data(), input.data(), 30, 7, 4, 3, q, 30);
+  expect_refused(guide.data(), input.data(), 30, 30, 11, 3, q, 30);
+  expect_refused(guide.data(), input.data(), 30, 30, 2, -1, q, 30);
+  expect_refused(guide.data(), input.data(), 30, 30, 2, 3, q, 29);
+  for (int bad : {0, -1, INT32_MIN}) {
+    expect_refused(guide.data(), input.data(), bad, 30, 0, 3, q, 30);
+    expect_refused(guide.data(), input.data(), 30, bad, 0, 3, q, 30);
+  }
+  EXPECT_EQ(output, SignedBytes(900, 33));
+
+  // The outer filter goes on with what is left.
+  const LogLine failed = {6, kTag, "guided_filter_fast_detail_optm1  failed\n"};
+  Bytes bytes(900, 7);
+  LogCapture log;
+  EXPECT_EQ(
+      guide_filter_acc(guide.data(), guide.data(), 30, 30, 16, 1.0f, bytes.data(), 30, nullptr), 0);
+  EXPECT_THAT(log.lines(), testing::ElementsAre(refused, failed));
+  EXPECT_EQ(bytes, Bytes(900, 128));
+  log.clear();
+  EXPECT_EQ(guide_filter_acc(guide.data(), nullptr, 30, 30, 2, 1.0f, bytes.data(), 30, nullptr), 0);
+  EXPECT_EQ(guide_filter_acc(guide.data(), guide.data(), 30, 30, 2, 1.0f, nullptr, 30, nullptr), 0);
+  EXPECT_EQ(
+      guide_filter_acc(guide.data(), guide.data(), -30, 30, 0, 1.0f, bytes.data(), 30, nullptr), 0);
+  EXPECT_THAT(log.lines(), testing::ElementsAre(refused, failed, refused, failed, refused, failed));
+  EXPECT_EQ(bytes, Bytes(900, 128));
+}
+
+TEST_F(GuidedFilterFixed, EveryFailedAllocationIsReported) {
+  const auto line = [](const char* text) { return LogLine{6, kTag, text}; };
+  const LogLine odd = line(kOddLine);
+  const LogLine failed = line("guided_filter_fast_detail_optm1  failed\n");
+  const LogLine no_table = line("NNeighbor2() malloc failed!");
+  const LogLine not_reduced = line("NNeighbor Error!");
+  using Lines = std::vector<LogLine>;
+  // Of an odd width, in order: two signed copies, two reduced planes, two index tables, one block
+  // of coefficients, four rows of column sums, two means and their column sums.
+  std::vector<Lines> expected(2, Lines{line("guide_filter_acc malloc buff failed\n")});
+  expected.resize(4, Lines{line("Memory Allocating Error!"), failed});
+  expected.push_back({odd, no_table, not_reduced, failed});
+  expected.push_back({odd, odd, no_table, not_reduced, failed});
+  expected.resize(
+      11, Lines{odd, odd, line("Error in memory allocation"),
+                line("guided_filter_fast_detail_optm2 Error in GF_meanab_part456"), failed});
+  expected.resize(14, Lines{odd, odd, line("mean_a_sub or mean_b_sub id malloc failed\n"), failed});
+
+  const Bytes guide(63, 90), input(63, 200);
+  for (size_t fail_at = 0; fail_at < expected.size(); ++fail_at) {
+    SCOPED_TRACE(fail_at);
+    Bytes output(63, 7);
+    LogCapture log;
+    FailingMalloc heap(static_cast<int>(fail_at));
+    EXPECT_EQ(
+        guide_filter_acc(guide.data(), input.data(), 9, 7, 2, 1.0f, output.data(), 9, nullptr),
+        fail_at < 2 ? -1000 : 0);
+    EXPECT_EQ(heap.live(), 0);
+    EXPECT_EQ(log.lines(), expected[fail_at]);
+    EXPECT_EQ(output, Bytes(63, fail_at < 2 ? 7 : 128));
+  }
+  FailingMalloc heap;
+  Bytes output(63, 7);
+  guide_filter_acc(guide.data(), input.data(), 9, 7, 2, 1.0f, output.data(), 9, nullptr);
+  EXPECT_EQ(heap.sizes().size(), expected.size());
+}
+
+TEST(GuidedFilterOutput, PrintsTheRadiusAndOneTimingLine) {
+  const Bytes guide(16, 90);
+  Bytes output(16);
+  testing::internal::CaptureStdout();
+  guide_filter_acc(guide.data(), guide.data(), 4, 4, 2, 1.0f, output.data(), 4, nullptr);
+  EXPECT_THAT(
+      testing::internal::GetCapturedStdout(),
+      testing::MatchesRegex("\\[QZA_MVANTRO\\]===\\[ GF_meanab_part456_threadloop  *\\]=== "
+                            "cost: .* ms\nThis is GF_meanab_part789_process ,radius is 2\n"));
+}
+
+}  // namespace
+}  // namespace vantro::test
