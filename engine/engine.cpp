@@ -16,31 +16,34 @@ constexpr size_t kMaskBytes = static_cast<size_t>(kMaskSide) * kMaskSide;
 // the sampler's sums hold.
 constexpr size_t kSmallestInput = 128;
 constexpr size_t kLargestInput = 1024;
+constexpr float kMostSqueeze = 4.0f / 3;
 // The close look takes in this much more than the crop box, so that it can find what the first
 // look missed.
 constexpr float kRefineScale = 1.2f;
-// It is worth the while if it covers at most this much of what the first look covered: then the
-// person is seen in finer samples.
-constexpr float kRefineShare = 0.85f;
+// It is worth the while if it covers at most this much of the first look's area: then the person
+// is seen in finer samples.
+constexpr float kRefineShare = 0.7f;
 
-// The smallest region of the network's own proportions that holds the whole frame, around its
-// middle. Frames are not squeezed to the network's shape: people are recognised better in their
-// true proportions, even though a part of the input shows nothing.
+float Proportion(const Network& network) {
+  return static_cast<float>(network.columns()) / static_cast<float>(network.rows());
+}
+
+// The smallest region around the frame that the network's input squeezes by no more than
+// kMostSqueeze. A frame of 4:3 fills a square input; people in wider ones are recognised better if
+// they are not squeezed further, even though a part of the input shows nothing then.
 Region AroundFrame(const FrameView& frame, const Network& network) {
-  const float proportion =
-      static_cast<float>(network.columns()) / static_cast<float>(network.rows());
+  const float proportion = Proportion(network);
   const auto frame_width = static_cast<float>(frame.width);
   const auto frame_height = static_cast<float>(frame.height);
-  const float width = std::max(frame_width, frame_height * proportion);
-  const float height = width / proportion;
+  const float width = std::max(frame_width, frame_height * proportion / kMostSqueeze);
+  const float height = std::max(frame_height, frame_width / proportion / kMostSqueeze);
   return {(frame_width - width) / 2, (frame_height - height) / 2, width, height};
 }
 
 // The region for a closer look at the crop box: wider, in the network's proportions, and moved into
 // the frame where it fits.
 Region AroundCrop(const CROP_BOX& crop, const FrameView& frame, const Network& network) {
-  const float proportion =
-      static_cast<float>(network.columns()) / static_cast<float>(network.rows());
+  const float proportion = Proportion(network);
   const auto crop_width = static_cast<float>(crop.crop_right - crop.crop_left + 1);
   const auto crop_height = static_cast<float>(crop.crop_bottom - crop.crop_top + 1);
   const float width = kRefineScale * std::max(crop_width, crop_height * proportion);
@@ -140,7 +143,8 @@ bool Engine::RefineFrame(const FrameView& frame, const Segmentation& result) {
   may_refine_ = false;
   if (!person_found_) return true;
   const Region region = AroundCrop(found_crop_, frame, *network_);
-  if (region.width > kRefineShare * AroundFrame(frame, *network_).width) return true;
+  const Region whole = AroundFrame(frame, *network_);
+  if (region.width * region.height > kRefineShare * whole.width * whole.height) return true;
   if (!RunNetwork(frame, region)) return false;
   const ProbabilityMap map{network_->output(), network_->rows(), network_->columns(), region};
   const std::optional<Bounds> person = finder_.Find(map, frame.width, frame.height);

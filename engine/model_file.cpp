@@ -58,6 +58,7 @@ class Reader {
       if (!ReadOperator(*op)) return "an operator is malformed or not supported";
     }
     if (!defined_[graph_.output]) return "the output is not computed";
+    if (!AllUsed()) return "a result leads nowhere";
     return nullptr;
   }
 
@@ -175,6 +176,18 @@ class Reader {
     defined_[node.output] = true;
     graph_.nodes.push_back(node);
     return true;
+  }
+
+  // XNNPACK gives no memory to results that no operation takes, and stops the process over them.
+  bool AllUsed() const {
+    std::vector<bool> used(graph_.tensors.size(), false);
+    used[graph_.output] = true;
+    for (const Node& node : graph_.nodes) {
+      used[node.input] = true;
+      if (node.kind == NodeKind::kAdd || node.kind == NodeKind::kMultiply) used[node.second] = true;
+    }
+    return used[graph_.input] && std::all_of(graph_.nodes.begin(), graph_.nodes.end(),
+                                             [&](const Node& node) { return used[node.output]; });
   }
 
   bool ReadOptions(const tflite::Operator& op, int number, const tflite::OperatorCode& code,

@@ -56,12 +56,16 @@ void ExpectSound(const ModelGraph& graph) {
   ASSERT_LT(graph.input, graph.tensors.size());
   ASSERT_LT(graph.output, graph.tensors.size());
   ASSERT_FALSE(known[graph.input]);
+  std::vector<bool> taken(graph.tensors.size());
+  taken[graph.output] = true;
+  for (const Node& node : graph.nodes) taken[node.input] = taken[node.second] = true;
   known[graph.input] = true;
   for (const Node& node : graph.nodes) {
     for (const uint32_t index : {node.input, node.second, node.weights, node.bias, node.output}) {
       ASSERT_LT(index, graph.tensors.size());
     }
     ASSERT_TRUE(known[node.input]);
+    ASSERT_TRUE(taken[node.output]);
     ASSERT_FALSE(known[node.output]);
     ASSERT_TRUE(engine::ShapesFit(graph, node));
     ASSERT_GE(node.stride.rows, 1u);
@@ -265,6 +269,11 @@ TEST(ModelFile, ChecksEveryNumberItUses) {
       {"result written twice", [](TinyModel& m) { m.operators[2].outputs = {4}; }},
       {"result over a constant", [](TinyModel& m) { m.operators[1].outputs = {3}; }},
       {"result over the input", [](TinyModel& m) { m.operators[1].outputs = {0}; }},
+      {"result that nothing takes",
+       [](TinyModel& m) {
+         m.tensors.push_back({{1, 8, 8, 1}});
+         m.operators.push_back({2, {4}, {6}});
+       }},
       {"result index", [](TinyModel& m) { m.operators[1].outputs = {-2}; }},
       {"two results",
        [](TinyModel& m) {
