@@ -156,7 +156,7 @@ TEST(CropFollower, StaysUntilThePersonLeaves) {
     ASSERT_GE(static_cast<float>(crop.crop_right + 1), person.right);
   }
   // Somebody far smaller gets a box of their own size.
-  const Bounds small{600, 300, 700, 420};
+  const Bounds small{150, 300, 250, 420};
   follower.Follow(small, 1280, 720, &crop);
   ExpectGoodCrop(small, crop, 1280, 720);
 }

@@ -69,26 +69,37 @@ TEST(EngineVideo, FollowsACutAtOnce) {
   EXPECT_EQ(video.See(wide).mask, other.See(wide).mask);
 }
 
-// A person who walks through the picture is not followed by a trail.
+// A portrait before a wall.
+Picture Scene(const Picture& portrait, int left, int shade) {
+  Picture scene(640, 360);
+  for (int y = 0; y < 360; ++y) {
+    for (int x = 0; x < 640; ++x) {
+      const bool inside = y >= 60 && x >= left && x < left + 300;
+      const uint8_t wall[3] = {static_cast<uint8_t>(shade + x / 10), 120, 130};
+      std::copy_n(inside ? portrait.at(x - left, y - 60) : wall, 3, scene.at(x, y));
+    }
+  }
+  return scene;
+}
+
+// A person who walks through the picture is not followed by a trail, and a cut to another wall
+// gives the person a box of its own even where the old one would do.
 TEST(EngineVideo, FollowsMotion) {
   const EngineLibrary library;
   LoadedEngine video(library, VANTRO_SEG_VIDEO);
   LoadedEngine photo(library, VANTRO_SEG_PHOTO);
   const Picture portrait = Scale(LoadMedia("grace_hopper_512x512.jpg"), 300, 300);
   for (int frame = 0; frame < 10; ++frame) {
-    Picture scene(640, 360);
-    const int left = 60 + 12 * frame;
-    for (int y = 0; y < 360; ++y) {
-      for (int x = 0; x < 640; ++x) {
-        const bool inside = y >= 60 && x >= left && x < left + 300;
-        const uint8_t wall[3] = {static_cast<uint8_t>(90 + x / 10), 120, 130};
-        std::copy_n(inside ? portrait.at(x - left, y - 60) : wall, 3, scene.at(x, y));
-      }
-    }
+    const Picture scene = Scene(portrait, 60 + 12 * frame, 90);
     const std::vector<uint8_t> moving = OnFrame(video.See(scene), 640, 360);
     const std::vector<uint8_t> still = OnFrame(photo.See(scene), 640, 360);
     EXPECT_GT(Overlap(moving, still), 0.95) << "frame " << frame;
   }
+  const Picture elsewhere = Scene(portrait, 178, 190);
+  const Found cut = video.See(elsewhere);
+  const Found fresh = photo.See(elsewhere);
+  EXPECT_EQ(cut.crop.crop_left, fresh.crop.crop_left);
+  EXPECT_EQ(cut.crop.crop_right, fresh.crop.crop_right);
 }
 
 }  // namespace

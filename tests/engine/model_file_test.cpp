@@ -266,7 +266,10 @@ TEST(ModelFile, ChecksEveryNumberItUses) {
       {"operator without operands", [](TinyModel& m) { m.operators[2].inputs.clear(); }},
       {"operand before it is computed",
        [](TinyModel& m) { std::swap(m.operators[1], m.operators[2]); }},
-      {"result written twice", [](TinyModel& m) { m.operators[2].outputs = {4}; }},
+      {"result written twice",
+       [](TinyModel& m) {
+         m.operators.push_back({2, {4}, {5}});
+       }},
       {"result over a constant", [](TinyModel& m) { m.operators[1].outputs = {3}; }},
       {"result over the input", [](TinyModel& m) { m.operators[1].outputs = {0}; }},
       {"result that nothing takes",
