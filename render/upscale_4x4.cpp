@@ -8,7 +8,7 @@
 void upScale4x4BorderRows(unsigned char* upperDst, unsigned char* lowerDst, unsigned char* upperSrc,
                           unsigned char* lowerSrc, int srcWidth, int upperWeight, int lowerWeight) {
   if (upperDst == nullptr || lowerDst == nullptr || upperSrc == nullptr || lowerSrc == nullptr ||
-      srcWidth < 1 || upperWeight < 0 || lowerWeight < 0 || upperWeight > 8 - lowerWeight) {
+      srcWidth < 1 || upperWeight < 0 || lowerWeight < 0 || upperWeight > 8 || lowerWeight > 8) {
     return;
   }
   vantro::QuadRow(upperDst, upperSrc, lowerSrc, srcWidth,

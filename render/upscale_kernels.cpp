@@ -75,7 +75,9 @@ void QuadRow(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int32_t w
   const auto upper_weight = hn::Set(dw, static_cast<uint16_t>(weights.upper));
   const auto lower_weight = hn::Set(dw, static_cast<uint16_t>(weights.lower));
   const auto bias = hn::Set(dw, 32);
-  for (; p + hn::Lanes(dw) + 1 <= n; p += hn::Lanes(dw)) {
+  // The samples are put together without a mask, so they have to fit a byte.
+  const size_t end = weights.upper + weights.lower <= 8 ? n : 0;
+  for (; p + hn::Lanes(dw) + 1 <= end; p += hn::Lanes(dw)) {
     const auto left = hn::PromoteTo(dw, hn::LoadU(dh, upper + p)) * upper_weight +
                       hn::PromoteTo(dw, hn::LoadU(dh, lower + p)) * lower_weight;
     const auto right = hn::PromoteTo(dw, hn::LoadU(dh, upper + p + 1)) * upper_weight +

@@ -14,7 +14,8 @@ enum class Rounding { kTruncate, kHalfUp };
 void DoubleRow(uint8_t* dst, const uint8_t* near, const uint8_t* far, int32_t width,
                Rounding rounding);
 
-// Vertical weights of a row of the 4x filter, in eighths; their sum is at most 8.
+// Vertical weights of a row of the 4x filter, in eighths: 0 to 8 each, 8 together in the filter
+// itself. A sample keeps its low byte if they are more.
 struct RowWeights {
   int32_t upper;
   int32_t lower;
