@@ -60,33 +60,57 @@ HWY_INLINE hn::Vec<D> CurveOfBytes(D d, hn::Vec<D> v) {
 
 #endif  // HWY_TARGET != HWY_SCALAR
 
+#if HWY_TARGET != HWY_SCALAR
+
+// Replaces the vectors of a row by their value under `treat`, which reads a vector's bytes at a
+// byte offset of the row. The first and the last vector are read before anything is written and
+// written after everything else, so that those between can lie on whole cache lines and nothing is
+// left over. False when the row is shorter than a vector.
+template <class D, class Treat>
+HWY_INLINE bool TreatInPlace(D d, uint8_t* row, size_t size, size_t group, Treat treat) {
+  const size_t lanes = hn::Lanes(d);
+  if (size < lanes) return false;
+  const size_t last = size - lanes;
+  const auto head = treat(size_t{0});
+  const auto tail = treat(last);
+  // Where vectors of whole groups cannot be aligned, any offset will do.
+  const size_t misaligned = reinterpret_cast<uintptr_t>(row) % lanes;
+  for (size_t i = (lanes - misaligned) / group * group; i < last; i += lanes) {
+    hn::StoreU(treat(i), d, row + i);
+  }
+  hn::StoreU(tail, d, row + last);
+  hn::StoreU(head, d, row);
+  return true;
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+
 void ApplyCurve(const ContrastCurve& curve, uint8_t* luma, size_t count) {
-  size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint8_t> d;
-  const size_t end = curve.built_in ? count : 0;
-  for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d)) {
-    hn::StoreU(CurveOfBytes(d, hn::LoadU(d, luma + i)), d, luma + i);
+  if (curve.built_in && TreatInPlace(d, luma, count, 1, [&](size_t i) HWY_ATTR {
+        return CurveOfBytes(d, hn::LoadU(d, luma + i));
+      })) {
+    return;
   }
 #endif
-  for (; i < count; ++i) luma[i] = curve.table[luma[i]];
+  for (size_t i = 0; i < count; ++i) luma[i] = curve.table[luma[i]];
 }
 
 void GrayGroups(const ContrastCurve& curve, uint8_t* packed, size_t groups) {
-  size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint16_t> dw;
   const hn::Repartition<uint8_t, decltype(dw)> d;
-  const size_t per_vector = hn::Lanes(dw) / 2;
   const auto neutral = hn::Set(dw, kNeutralChroma);
-  const size_t end = curve.built_in ? groups : 0;
-  for (; i + per_vector <= end; i += per_vector) {
-    const auto pixels = hn::BitCast(dw, hn::LoadU(d, packed + 4 * i));
-    const auto luma = CurveOfLanes(dw, hn::ShiftRight<8>(pixels));
-    hn::StoreU(hn::BitCast(d, hn::ShiftLeft<8>(luma) | neutral), d, packed + 4 * i);
+  if (curve.built_in && TreatInPlace(d, packed, 4 * groups, 4, [&](size_t i) HWY_ATTR {
+        const auto pixels = hn::BitCast(dw, hn::LoadU(d, packed + i));
+        const auto luma = CurveOfLanes(dw, hn::ShiftRight<8>(pixels));
+        return hn::BitCast(d, hn::ShiftLeft<8>(luma) | neutral);
+      })) {
+    return;
   }
 #endif
-  for (; i < groups; ++i) {
+  for (size_t i = 0; i < groups; ++i) {
     uint8_t* group = packed + 4 * i;
     group[0] = group[2] = kNeutralChroma;
     group[1] = curve.table[group[1]];
@@ -94,8 +118,14 @@ void GrayGroups(const ContrastCurve& curve, uint8_t* packed, size_t groups) {
   }
 }
 
+void BlendGroup(const ContrastCurve& curve, uint8_t* group, uint8_t mask) {
+  if (mask == 0) group[0] = group[2] = kNeutralChroma;
+  group[1] = curve.table[group[1]];
+  group[3] = curve.table[group[3]];
+}
+
 void BlendGroups(const ContrastCurve& curve, uint8_t* packed, const uint8_t* mask, size_t groups) {
-  size_t i = 0;
+  if (groups == 0) return;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint16_t> dw;
   const hn::Repartition<uint8_t, decltype(dw)> d;
@@ -105,44 +135,41 @@ void BlendGroups(const ContrastCurve& curve, uint8_t* packed, const uint8_t* mas
   const auto neutral = hn::Set(dw, kNeutralChroma);
   const auto chroma_bytes = hn::Set(dw, 0x00FF);
   const auto first_byte = hn::Set(dg, 0xFF);
-  // A vector takes two mask bytes a group; the last group has only one for certain.
-  const size_t end = curve.built_in && groups > 0 ? groups - 1 : 0;
-  for (; i + hn::Lanes(dg) <= end; i += hn::Lanes(dg)) {
-    const auto pixels = hn::BitCast(dw, hn::LoadU(d, packed + 4 * i));
+  const auto blend = [&](size_t i) HWY_ATTR {
+    const auto pixels = hn::BitCast(dw, hn::LoadU(d, packed + i));
     const auto luma = CurveOfLanes(dw, hn::ShiftRight<8>(pixels));
-    const auto masks = hn::PromoteTo(dg, hn::BitCast(dm, hn::LoadU(dm8, mask + 2 * i)));
+    const auto masks = hn::PromoteTo(dg, hn::BitCast(dm, hn::LoadU(dm8, mask + i / 2)));
     const auto background =
         hn::BitCast(dw, hn::VecFromMask(dg, (masks & first_byte) == hn::Zero(dg)));
     const auto chroma = hn::IfVecThenElse(background, neutral, pixels & chroma_bytes);
-    hn::StoreU(hn::BitCast(d, hn::ShiftLeft<8>(luma) | chroma), d, packed + 4 * i);
+    return hn::BitCast(d, hn::ShiftLeft<8>(luma) | chroma);
+  };
+  // A vector takes two mask bytes a group; the last group has only one for certain.
+  if (curve.built_in && TreatInPlace(d, packed, 4 * (groups - 1), 4, blend)) {
+    BlendGroup(curve, packed + 4 * (groups - 1), mask[2 * (groups - 1)]);
+    return;
   }
 #endif
-  for (; i < groups; ++i) {
-    uint8_t* group = packed + 4 * i;
-    if (mask[2 * i] == 0) group[0] = group[2] = kNeutralChroma;
-    group[1] = curve.table[group[1]];
-    group[3] = curve.table[group[3]];
-  }
+  for (size_t i = 0; i < groups; ++i) BlendGroup(curve, packed + 4 * i, mask[2 * i]);
 }
 
 void BlendChroma(uint8_t* chroma, const uint8_t* upper_mask, const uint8_t* lower_mask,
                  size_t pairs) {
-  size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint8_t> d;
   const hn::RepartitionToWide<decltype(d)> dw;
   const auto neutral = hn::Set(d, kNeutralChroma);
-  for (; 2 * i + hn::Lanes(d) <= 2 * pairs; i += hn::Lanes(d) / 2) {
-    const auto smaller =
-        hn::Min(hn::LoadU(d, upper_mask + 2 * i), hn::LoadU(d, lower_mask + 2 * i));
-    const auto background = hn::BitCast(dw, hn::VecFromMask(d, smaller == hn::Zero(d)));
-    const auto pair_background = hn::BitCast(
-        d, hn::Or3(background, hn::ShiftLeft<8>(background), hn::ShiftRight<8>(background)));
-    const auto old = hn::LoadU(d, chroma + 2 * i);
-    hn::StoreU(hn::IfVecThenElse(pair_background, neutral, old), d, chroma + 2 * i);
+  if (TreatInPlace(d, chroma, 2 * pairs, 2, [&](size_t i) HWY_ATTR {
+        const auto smaller = hn::Min(hn::LoadU(d, upper_mask + i), hn::LoadU(d, lower_mask + i));
+        const auto background = hn::BitCast(dw, hn::VecFromMask(d, smaller == hn::Zero(d)));
+        const auto pair_background = hn::BitCast(
+            d, hn::Or3(background, hn::ShiftLeft<8>(background), hn::ShiftRight<8>(background)));
+        return hn::IfVecThenElse(pair_background, neutral, hn::LoadU(d, chroma + i));
+      })) {
+    return;
   }
 #endif
-  for (; i < pairs; ++i) {
+  for (size_t i = 0; i < pairs; ++i) {
     const bool kept = upper_mask[2 * i] != 0 && upper_mask[2 * i + 1] != 0 &&
                       lower_mask[2 * i] != 0 && lower_mask[2 * i + 1] != 0;
     if (!kept) chroma[2 * i] = chroma[2 * i + 1] = kNeutralChroma;
