@@ -103,8 +103,13 @@ bool MeasureMotion(const ME_Handler& handle, const Region& region, MotionMeasure
   return true;
 }
 
-struct HandleDeleter {
-  void operator()(ME_Handler* handle) const { opticalFlow_unInit(handle); }
+// Its release is logged even when there was no handle to be had.
+struct OwnedHandle {
+  ME_Handler* get = nullptr;
+  OwnedHandle() = default;
+  ~OwnedHandle() { opticalFlow_unInit(get); }
+  OwnedHandle(const OwnedHandle&) = delete;
+  OwnedHandle& operator=(const OwnedHandle&) = delete;
 };
 
 }  // namespace
@@ -161,22 +166,21 @@ int CompareOpticalFlow(unsigned char* image1, unsigned char* image2, float globa
   using namespace vantro;
   constexpr int kLevels = 3;
   constexpr float kPyramidScale = 0.5f;
-  ME_Handler* created = nullptr;
-  const int init_result = opticalFlow_Init(&created, kLevels, kPyramidScale, width, height);
-  const std::unique_ptr<ME_Handler, HandleDeleter> handle(created);
-  if (init_result != 0) {
+  OwnedHandle handle;
+  if (opticalFlow_Init(&handle.get, kLevels, kPyramidScale, width, height) != 0) {
     VANTRO_LOGE(kTagPlain, "opticalFlow_Init Failed!");
     return -1;
   }
-  if (build_OF_Pyramid(handle.get(), image1, kFlowReach, kFlowSigma) != 0) {
+  if (build_OF_Pyramid(handle.get, image1, kFlowReach, kFlowSigma) != 0) {
     VANTRO_LOGE(kTagPlain, "build Frame pyramid Failed");
     return -1;
   }
-  if (doOpticalFlow(handle.get(), image2) != 0) {
+  if (doOpticalFlow(handle.get, image2) != 0) {
     VANTRO_LOGE(kTagPlain, "doOpticalFlow Failed!");
     return -1;
   }
   MotionMeasure measure = {};
-  if (!MeasureMotion(*handle, MeasuredRegion(width, height, x0, y0, x1, y1), &measure)) return -1;
+  if (!MeasureMotion(*handle.get, MeasuredRegion(width, height, x0, y0, x1, y1), &measure))
+    return -1;
   return measure.global_sum > global_threshold || measure.local_mean > local_threshold ? 1 : 0;
 }

@@ -1,0 +1,334 @@
+// The whole flow between two images against the formulas, and the decision made from it.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <numeric>
+
+#include "tests/image/image_buffers.h"
+#include "tests/motion/flow_reference.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/simd_levels.h"
+#include "vantro/motion.h"
+
+namespace vantro::test {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+// A smooth texture whose content lies (right, down) pixels further than at (0, 0).
+Bytes Texture(int width, int height, double right, double down) {
+  Bytes image;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const double u = x - right;
+      const double v = y - down;
+      image.push_back(static_cast<uint8_t>(128 + 50 * std::sin(u / 5 + v / 9) +
+                                           40 * std::cos(v / 4) + 25 * std::sin(u / 3 - v / 6)));
+    }
+  }
+  return image;
+}
+
+struct HandleDeleter {
+  void operator()(ME_Handler* handle) const { opticalFlow_unInit(handle); }
+};
+using Handle = std::unique_ptr<ME_Handler, HandleDeleter>;
+
+Handle NewHandle(int levels, float scale, int width, int height) {
+  ME_Handler* handle = nullptr;
+  EXPECT_EQ(opticalFlow_Init(&handle, levels, scale, width, height), 0);
+  return Handle(handle);
+}
+
+FlowPlanes FlowOf(Bytes first, Bytes second, int width, int height) {
+  const Handle handle = NewHandle(3, 0.5f, width, height);
+  EXPECT_EQ(build_OF_Pyramid(handle.get(), first.data(), 7, 1.5f), 0);
+  EXPECT_EQ(doOpticalFlow(handle.get(), second.data()), 0);
+  const size_t pixels = Area(width, height);
+  return {Floats(handle->flow_x, handle->flow_x + pixels),
+          Floats(handle->flow_y, handle->flow_y + pixels)};
+}
+
+TEST(DoOpticalFlow, EqualsTheFormulasAtEverySizeAndLevel) {
+  Random random(1);
+  for (const auto& [width, height] :
+       {std::pair{100, 100}, {64, 71}, {130, 66}, {33, 40}, {17, 5}, {4, 19}, {1, 1}, {2, 1}}) {
+    SCOPED_TRACE(testing::Message() << width << "x" << height);
+    const Bytes first = Texture(width, height, 0, 0);
+    Bytes second = Texture(width, height, 2.2, -0.7);
+    for (uint8_t& byte : second) byte = static_cast<uint8_t>(byte + random.Int(0, 5));
+    const FlowPlanes expected = FlowReference(first, second, width, height, 3);
+    AtEverySimdLevel([&] {
+      const FlowPlanes flow = FlowOf(first, second, width, height);
+      EXPECT_TRUE(SamePlanes(flow.dx, expected.dx, width));
+      EXPECT_TRUE(SamePlanes(flow.dy, expected.dy, width));
+    });
+  }
+}
+
+TEST(DoOpticalFlow, FindsAShiftAwayFromTheBorder) {
+  constexpr int kSide = 100;
+  for (const auto& [right, down] : {std::pair{1.0, 0.0}, {-1.5, 0.75}, {0.0, -2.0}, {2.0, 2.0}}) {
+    const FlowPlanes flow =
+        FlowOf(Texture(kSide, kSide, 0, 0), Texture(kSide, kSide, right, down), kSide, kSide);
+    double dx = 0;
+    double dy = 0;
+    for (size_t y = 20; y < 80; ++y) {
+      for (size_t x = 20; x < 80; ++x) {
+        dx += double{flow.dx[y * kSide + x]} / 3600;
+        dy += double{flow.dy[y * kSide + x]} / 3600;
+      }
+    }
+    EXPECT_NEAR(dx, right, 0.15) << right << ", " << down;
+    EXPECT_NEAR(dy, down, 0.15) << right << ", " << down;
+  }
+}
+
+TEST(DoOpticalFlow, IsExactlyZeroBetweenConstantImages) {
+  const FlowPlanes flow = FlowOf(Bytes(10000, 30), Bytes(10000, 220), 100, 100);
+  EXPECT_EQ(flow.dx, Floats(10000, 0.0f));
+  EXPECT_EQ(flow.dy, Floats(10000, 0.0f));
+}
+
+TEST(FlowHandle, HoldsWhatTheSizeAndScaleGive) {
+  const Handle handle = NewHandle(3, 0.5f, 100, 100);
+  EXPECT_EQ(handle->max_level, 1);
+  EXPECT_EQ(handle->level_scale[1], 0.5f);
+  EXPECT_EQ(handle->next_set, 0);
+  EXPECT_EQ(handle->poly[0][2], nullptr);
+  EXPECT_EQ(NewHandle(0, 0.5f, 100, 100)->max_level, 0);
+  EXPECT_EQ(NewHandle(4, 1.0f, 40, 40)->max_level, 4);
+  EXPECT_EQ(NewHandle(4, 0.9f, 40, 36)->max_level, 1);
+  EXPECT_EQ(NewHandle(4, -1.0f, 40, 40)->max_level, 0);
+  EXPECT_EQ(NewHandle(-7, 0.5f, 400, 400)->max_level, 0);
+}
+
+TEST(FlowHandle, RefusesSizesScalesAndLevelsWithOneLine) {
+  struct Case {
+    int levels;
+    float scale;
+    int width;
+    int height;
+    const char* text;
+  };
+  for (const Case& c :
+       {Case{5, 0.5f, 100, 100, "invalid parameter size(100 x 100) pyrScale(0.500000) maxLevel(5}"},
+        Case{3, 1.5f, 100, 90, "invalid parameter size(100 x 90) pyrScale(1.500000) maxLevel(3}"},
+        Case{3, 0.5f, 0, 100, "invalid parameter size(0 x 100) pyrScale(0.500000) maxLevel(3}"},
+        Case{3, 0.5f, 9, -2, "invalid parameter size(9 x -2) pyrScale(0.500000) maxLevel(3}"},
+        Case{3, kNan, 9, 9, "invalid parameter size(9 x 9) pyrScale(nan) maxLevel(3}"}}) {
+    const LogCapture log;
+    ME_Handler* handle = reinterpret_cast<ME_Handler*>(&handle);
+    EXPECT_EQ(opticalFlow_Init(&handle, c.levels, c.scale, c.width, c.height), -1);
+    EXPECT_EQ(handle, nullptr);
+    EXPECT_EQ(log.lines(), (std::vector<LogLine>{{6, "VANTRO", c.text}}));
+  }
+  EXPECT_EQ(opticalFlow_Init(nullptr, 3, 0.5f, 9, 9), -1);
+  // Sizes that no allocation can count.
+  ME_Handler* handle = nullptr;
+  EXPECT_EQ(opticalFlow_Init(&handle, 3, 0.5f, 2000000000, 2000000000), -1);
+  EXPECT_EQ(opticalFlow_Init(&handle, 3, 0.5f, 20000, 20000), -1);
+}
+
+TEST(FlowHandle, RefusesPyramidsThatItHasNoRoomFor) {
+  Bytes image(10000, 100);
+  const Handle handle = NewHandle(3, 0.5f, 100, 100);
+  // (6n + 3) + 3 * (100 + 2n) of 10000 floats.
+  EXPECT_EQ(build_OF_Pyramid(handle.get(), image.data(), 808, 1.5f), 0);
+  for (const int n : {809, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+    EXPECT_EQ(build_OF_Pyramid(handle.get(), image.data(), n, 1.5f), -1) << n;
+  }
+  EXPECT_EQ(handle->next_set, 1);
+  const LogCapture log;
+  EXPECT_EQ(build_OF_Pyramid(nullptr, image.data(), 7, 1.5f), -1);
+  EXPECT_TRUE(log.lines().size() == 1 && log.lines()[0].level == 6);
+  EXPECT_THAT(log.lines()[0].text, HasSubstr("invalid input parameter: (nil) 0x"));
+}
+
+// What the two 100x100 images of one comparison take, in order.
+TEST(FlowHandle, TakesAndNamesItsBuffersInOrder) {
+  const LogCapture log;
+  opticalFlow_unInit(NewHandle(3, 0.5f, 100, 100).release());
+  std::vector<std::string> taken;
+  int freed = 0;
+  for (const LogLine& line : log.lines()) {
+    if (line.text.rfind("Malloc ", 0) == 0) taken.push_back(line.text.substr(7));
+    if (line.text.find("name:opticalFlow_unInit") != std::string::npos) ++freed;
+  }
+  const auto entry = [](size_t size, const char* name) {
+    return (testing::Message() << size << "  name:" << name).GetString();
+  };
+  std::vector<std::string> expected = {entry(sizeof(ME_Handler), "opticalFlow_Init")};
+  for (const size_t size :
+       {40000, 200000, 40000, 200000, 200000, 50000, 50000, 10000, 80000, 80000, 2140}) {
+    expected.push_back(entry(size, "allocOF_Buffer"));
+  }
+  EXPECT_EQ(taken, expected);
+  EXPECT_EQ(freed, 12);
+  EXPECT_TRUE(log.contains("opticalFlow Init Success!"));
+  EXPECT_TRUE(log.contains("opticalFlow Unit Success!"));
+}
+
+struct Box {
+  float x0, y0, x1, y1;
+};
+
+int Compare(const Bytes& first, const Bytes& second, int width, int height, float global,
+            float local, const Box& box) {
+  Bytes a = first;
+  Bytes b = second;
+  return CompareOpticalFlow(a.data(), b.data(), global, width, height, local, box.x0, box.y0,
+                            box.x1, box.y1);
+}
+
+TEST(CompareOpticalFlow, SumsTheFieldInOrderAndComparesStrictly) {
+  const Bytes first = Texture(70, 50, 0, 0);
+  const Bytes second = Texture(70, 50, 1.2, 0.4);
+  const FlowPlanes flow = FlowReference(first, second, 70, 50, 3);
+  float sum = 0;
+  for (size_t i = 0; i < flow.dx.size(); ++i) {
+    sum += std::fabs(flow.dx[i]);
+    sum += std::fabs(flow.dy[i]);
+  }
+  const Box none = {0, 0, 0, 0};
+  EXPECT_EQ(Compare(first, second, 70, 50, sum, 1e9f, none), 0);
+  EXPECT_EQ(Compare(first, second, 70, 50, std::nextafter(sum, 0.0f), 1e9f, none), 1);
+  EXPECT_EQ(Compare(Bytes(3500, 3), Bytes(3500, 200), 70, 50, 0.0f, 0.0f, {0, 0, 1, 1}), 0);
+}
+
+TEST(CompareOpticalFlow, MeasuresThePartOfTheBoxThatTheFieldHas) {
+  constexpr int kWidth = 70;
+  constexpr int kHeight = 50;
+  const Bytes first = Texture(kWidth, kHeight, 0, 0);
+  const Bytes second = Texture(kWidth, kHeight, 1.2, 0.4);
+  const FlowPlanes flow = FlowReference(first, second, kWidth, kHeight, 3);
+  struct Case {
+    Box box;
+    int c0, c1, r0, r1;  // the pixels it stands for
+  };
+  constexpr float kHuge = 3e38f;
+  for (const Case& c : {Case{{0.1f, 0.2f, 0.5f, 0.9f}, 7, 35, 10, 45},
+                        Case{{0.31f, 0.47f, 0.33f, 0.49f}, 21, 24, 23, 25},
+                        Case{{0, 0, 1, 1}, 0, 70, 0, 50}, Case{{-4, 0.5f, 0.1f, 8}, 0, 7, 25, 50},
+                        Case{{-kHuge, -kInfinity, kHuge, kInfinity}, 0, 70, 0, 50},
+                        Case{{0.98f, -1, 1e9f, 0.01f}, 68, 70, 0, 1}}) {
+    float sum = 0;
+    for (const Floats* plane : {&flow.dx, &flow.dy}) {
+      for (int a = c.c0; a < c.c1; ++a) {
+        for (int b = c.r0; b < c.r1; ++b) {
+          sum += std::fabs((*plane)[static_cast<size_t>(a * kHeight + b)]);
+        }
+      }
+    }
+    const float mean = sum / static_cast<float>((c.c1 - c.c0) * (c.r1 - c.r0));
+    ASSERT_GT(mean, 0.0f);
+    EXPECT_EQ(Compare(first, second, kWidth, kHeight, 1e9f, mean, c.box), 0) << c.c0;
+    EXPECT_EQ(Compare(first, second, kWidth, kHeight, 1e9f, std::nextafter(mean, 0.0f), c.box), 1)
+        << c.c0;
+  }
+}
+
+TEST(CompareOpticalFlow, FindsNoAreaInBoxesThatHaveNone) {
+  const Bytes first = Texture(40, 40, 0, 0);
+  const Bytes second = Texture(40, 40, 3, 1);
+  for (const Box& box :
+       {Box{0.5f, 0.1f, 0.5f, 0.9f}, Box{0.8f, 0.8f, 0.2f, 0.2f}, Box{0.8f, 0.1f, 0.2f, 0.9f},
+        Box{2, 2, 9, 9}, Box{-9, -9, -2, -2}, Box{kNan, 0, 1, 1}, Box{0, 0, 1, kNan},
+        Box{kInfinity, 0, kInfinity, 1}, Box{-kInfinity, -kInfinity, -kInfinity, -kInfinity}}) {
+    EXPECT_EQ(Compare(first, second, 40, 40, 1e9f, 0.0f, box), 0) << box.x0 << " " << box.x1;
+    // A threshold that a mean of 0 passes shows that it is 0 and not NaN.
+    EXPECT_EQ(Compare(first, second, 40, 40, 1e9f, -1.0f, box), 1) << box.x0 << " " << box.x1;
+  }
+}
+
+int CountOf(const LogCapture& log, const std::string& start) {
+  int count = 0;
+  for (const LogLine& line : log.lines()) count += line.text.rfind(start, 0) == 0 ? 1 : 0;
+  return count;
+}
+
+std::vector<std::string> ErrorTexts(const LogCapture& log) {
+  std::vector<std::string> texts;
+  for (const LogLine& line : log.lines()) {
+    if (line.level == 6 && line.text.find("k_length is wrong") == std::string::npos) {
+      texts.push_back(line.text);
+    }
+  }
+  return texts;
+}
+
+TEST(CompareOpticalFlow, ReleasesEverythingWhicheverAllocationFails) {
+  const Bytes image = Texture(100, 100, 0, 0);
+  const auto run = [&] {
+    return Compare(image, image, 100, 100, 20000.0f, 2.5f, {0.2f, 0.2f, 0.8f, 0.8f});
+  };
+  size_t requests = 0;
+  {
+    const LogCapture log;
+    const FailingMalloc heap;
+    EXPECT_EQ(run(), 0);
+    requests = heap.sizes().size();
+    EXPECT_EQ(heap.live(), 0);
+    EXPECT_EQ(CountOf(log, "Malloc "), CountOf(log, "Free "));
+    EXPECT_EQ(CountOf(log, "Malloc 80000  name:CompareOpticalFlow"), 1);
+    EXPECT_EQ(CountOf(log, "Malloc 28800  name:CompareOpticalFlow"), 1);
+    EXPECT_THAT(log.lines(), testing::Contains(LogLine{4, "VANTRO",
+                                                       "k = 1 scale = 0.500000 sigma = 0.500000 "
+                                                       "smooth_sz = 3 size[50x50]"}));
+    EXPECT_EQ(CountOf(log, "k = 0 scale = 1.000000 sigma = 0.000000 smooth_sz = 3 size[100x100]"),
+              2);
+    EXPECT_EQ(CountOf(log, "[VANTRO] ATTENTION: k_length is wrong!k_length[1]"), 2);
+  }
+  int failures = 0;
+  for (size_t i = 0; i < requests; ++i) {
+    SCOPED_TRACE(i);
+    const LogCapture log;
+    const FailingMalloc heap(static_cast<int>(i));
+    const int result = run();
+    EXPECT_EQ(heap.live(), 0);
+    EXPECT_EQ(CountOf(log, "opticalFlow Unit Success!"), 1);
+    failures += result == -1 ? 1 : 0;
+    using Texts = std::vector<std::string>;
+    if (i == 0) {
+      EXPECT_EQ(ErrorTexts(log), (Texts{"Malloc OF_Handler Failed!", "opticalFlow_Init Failed!"}));
+    } else if (i == 1) {
+      EXPECT_EQ(ErrorTexts(log), (Texts{"[VANTRO] Malloc tmp_fImg Failed: 40000",
+                                        "Malloc Buffer Failed!!", "opticalFlow_Init Failed!"}));
+    } else if (i < 12) {
+      EXPECT_EQ(ErrorTexts(log), (Texts{"Malloc Buffer Failed!!", "opticalFlow_Init Failed!"}));
+    } else if (i == requests - 2) {
+      EXPECT_EQ(ErrorTexts(log), Texts{"doOpticalFlow_global_t Failed!"});
+    } else if (i == requests - 1) {
+      EXPECT_EQ(ErrorTexts(log), Texts{"doOpticalFlow_local_t Failed!"});
+    }
+  }
+  // The handle and its eleven buffers, and both buffers of the measurement.
+  EXPECT_EQ(failures, 14);
+}
+
+TEST(CompareOpticalFlow, ReportsAMissingImage) {
+  Bytes image(10000, 1);
+  const auto texts = [](unsigned char* first, unsigned char* second) {
+    const LogCapture log;
+    EXPECT_EQ(CompareOpticalFlow(first, second, 1, 100, 100, 1, 0, 0, 1, 1), -1);
+    return ErrorTexts(log);
+  };
+  EXPECT_THAT(
+      texts(nullptr, image.data()),
+      testing::ElementsAre(HasSubstr("invalid input parameter: 0x"), "build Frame pyramid Failed"));
+  EXPECT_THAT(texts(image.data(), nullptr),
+              testing::ElementsAre(HasSubstr("invalid input parameter: 0x"),
+                                   "build OF Pyramid Failed!", "doOpticalFlow Failed!"));
+  EXPECT_EQ(CompareOpticalFlow(image.data(), image.data(), 1, 0, 100, 1, 0, 0, 1, 1), -1);
+}
+
+}  // namespace
+}  // namespace vantro::test
