@@ -192,19 +192,18 @@ TEST_F(FlashFlag, ReportsAMissingScratchBuffer) {
 }
 
 TEST_F(FlashFlag, AFailedComparisonHidesTheNextFlash) {
+  std::vector<size_t> sizes;
   {
-    const FailingMalloc heap(0);  // both resizes go without, then the flow's handle
-    EXPECT_EQ(Step(4, 0), 0);
-  }
-  {
-    // The first request after the tables of both resizes is the flow's handle.
-    const FailingMalloc probe;
+    const FailingMalloc heap;
     Step(4, 0);
-    const std::vector<size_t> sizes = probe.sizes();
-    const auto handle = std::find(sizes.begin(), sizes.end(), sizeof(ME_Handler));
-    ASSERT_NE(handle, sizes.end());
-    const FailingMalloc heap(static_cast<int>(handle - sizes.begin()));
+    sizes = heap.sizes();
+  }
+  const auto flow_handle = std::find(sizes.begin(), sizes.end(), sizeof(ME_Handler));
+  ASSERT_NE(flow_handle, sizes.end());
+  {
+    const FailingMalloc heap(static_cast<int>(flow_handle - sizes.begin()));
     EXPECT_EQ(Step(4, 0), 0);
+    EXPECT_EQ(heap.live(), 0);
   }
   EXPECT_EQ(move_[5], -1);
   EXPECT_EQ(Step(5, 90), 0);
