@@ -1,38 +1,19 @@
 #include "app/effect_session.h"
 
-#include <cstdlib>
 #include <cstring>
-#include <string>
 
-#include "app/failure.h"
+#include "app/heap_pool.h"
 #include "app/library_log.h"
 
 namespace vantro::app {
-namespace {
-
-void* Allocate(uint32_t size, const char*, int32_t) { return std::malloc(size); }
-void Release(void* block, const char*, int32_t) { std::free(block); }
-
-[[noreturn]] void ThrowLibraryError(const std::string& what, int32_t code) {
-  std::string message = what + " (code " + std::to_string(code) + ")";
-  const char* separator = ": ";
-  for (const std::string& line : TakeLibraryErrors()) {
-    message += separator + line;
-    separator = "; ";
-  }
-  throw RunError(message);
-}
-
-}  // namespace
-
 EffectSession::EffectSession(const FrameShape& shape, const std::optional<Rect_t>& rect)
     : shape_(shape),
       rect_(rect.value_or(Rect_t{0, 0, shape.height, shape.width, 0, 0})),
       whole_frame_(!rect.has_value()),
-      pool_{&Allocate, &Release},
+      pool_(HeapPool()),
       buffers_{NewBytes(shape.bytes()), NewBytes(shape.bytes())} {
   const int32_t code = Vantro_Init(&handle_, "built-in", &pool_);
-  if (code != VANTRO_OK) ThrowLibraryError("the effect cannot start", code);
+  if (code != VANTRO_OK) throw LibraryError("the effect cannot start", code);
 }
 
 EffectSession::~EffectSession() { Vantro_Deinit(&handle_); }
@@ -68,7 +49,7 @@ void EffectSession::Process() {
   record.stride = shape_.stride;
   record.rect = rect_;
   const int32_t code = Vantro_Process(handle_, &record, nullptr);
-  if (code != VANTRO_OK) ThrowLibraryError("the effect failed on a frame", code);
+  if (code != VANTRO_OK) throw LibraryError("the effect failed on a frame", code);
   newest_ ^= 1;
 }
 

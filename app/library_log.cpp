@@ -9,6 +9,7 @@
 #include <cstring>
 #include <mutex>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include "vantro/export.h"
@@ -23,7 +24,15 @@ namespace vantro::app {
 namespace {
 
 constexpr int kLevelError = 6;
-constexpr size_t kMostErrors = 8;
+constexpr ptrdiff_t kMostErrors = 8;  // a thread
+
+// The photo handle logs its progress as errors.
+constexpr std::string_view kNoErrors[] = {"VantroPhoto_Init VERSION", "VantroPhoto_Deinit VERSION",
+                                          "Vantro_Init load ",        "init success",
+                                          "vantro_photo_dinit",       "flag is [",
+                                          "cxt->maskupheight is"};
+
+thread_local int last_photo_flag = 0;
 
 // The library's function that the program's own one of the same name stands in front of.
 template <typename Function>
@@ -59,12 +68,29 @@ class LibraryLog {
     const std::lock_guard lock(mutex_);
     return tally_;
   }
-  std::vector<std::string> TakeErrors() {
+  bool shown() {
     const std::lock_guard lock(mutex_);
-    return std::exchange(errors_, {});
+    return show_;
+  }
+  // Of one thread, or of all.
+  std::vector<std::string> TakeErrors(std::thread::id thread = {}) {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::string> texts;
+    std::erase_if(errors_, [&](const ErrorLine& error) {
+      if (thread != std::thread::id() && error.thread != thread) return false;
+      if (std::ranges::find(texts, error.text) == texts.end()) texts.push_back(error.text);
+      return true;
+    });
+    return texts;
   }
 
  private:
+  struct ErrorLine {
+    std::thread::id thread;
+    std::string text;
+    bool operator==(const ErrorLine&) const = default;
+  };
+
   static constexpr std::string_view kTiming = "[QZA_MVANTRO]===[ ";
 
   void TallyTiming(std::string_view line) {
@@ -79,14 +105,18 @@ class LibraryLog {
       if (line.find(" flag:3,") != line.npos) ++tally_.coloured_frames;
     } else if (line.starts_with("Plimra_process is error")) {
       ++tally_.failed_segmentations;
+    } else if (line.starts_with("flag is [")) {
+      last_photo_flag = std::atoi(&line[line.find('[') + 1]);
     }
   }
 
   void KeepError(std::string_view line) {
-    std::string text(line.substr(0, line.find('\n')));
-    if (errors_.size() < kMostErrors && std::ranges::find(errors_, text) == errors_.end()) {
-      errors_.push_back(std::move(text));
-    }
+    const auto starts_line = [line](std::string_view start) { return line.starts_with(start); };
+    if (std::ranges::any_of(kNoErrors, starts_line)) return;
+    const std::thread::id self = std::this_thread::get_id();
+    if (std::ranges::count(errors_, self, &ErrorLine::thread) >= kMostErrors) return;
+    ErrorLine error{self, std::string(line.substr(0, line.find('\n')))};
+    if (std::ranges::find(errors_, error) == errors_.end()) errors_.push_back(std::move(error));
   }
 
   static int Forward(int level, const char* tag, const char* text) {
@@ -96,7 +126,7 @@ class LibraryLog {
 
   std::mutex mutex_;
   LibraryTally tally_;
-  std::vector<std::string> errors_;
+  std::vector<ErrorLine> errors_;
   bool show_ = false;
 };
 
@@ -105,6 +135,18 @@ class LibraryLog {
 LibraryTally ReadLibraryTally() { return LibraryLog::Get().tally(); }
 void ShowLibraryLog() { LibraryLog::Get().Show(); }
 std::vector<std::string> TakeLibraryErrors() { return LibraryLog::Get().TakeErrors(); }
+
+RunError LibraryError(const std::string& what, int32_t code) {
+  std::string message = what + " (code " + std::to_string(code) + ")";
+  const char* separator = ": ";
+  for (const std::string& line : LibraryLog::Get().TakeErrors(std::this_thread::get_id())) {
+    message += separator + line;
+    separator = "; ";
+  }
+  return RunError(message);
+}
+
+int LastPhotoFlag() { return last_photo_flag; }
 
 }  // namespace vantro::app
 
@@ -118,7 +160,10 @@ extern "C" int __android_log_print(int level, const char* tag, const char* forma
 }
 
 extern "C" int __system_property_get(const char* name, char* value) {
-  if (std::strcmp(name, "vendor.qzVantro.printlog") == 0) {
+  // The photo handle logs what is needed whatever its switch.
+  if (std::strcmp(name, "vendor.qzVantro.printlog") == 0 ||
+      (std::strcmp(name, "vendor.qzVantroPhoto.printlog") == 0 &&
+       vantro::app::LibraryLog::Get().shown())) {
     std::strcpy(value, "1");
     return 1;
   }

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "app/failure.h"
+
 namespace vantro::app {
 
 // Sums since the start of the program.
@@ -29,6 +31,13 @@ void ShowLibraryLog();
 
 // The distinct error lines since the last call.
 std::vector<std::string> TakeLibraryErrors();
+
+// A failed call of the library by this thread: `what`, the result code, and the error lines that
+// the thread has logged, which are taken.
+RunError LibraryError(const std::string& what, int32_t code);
+
+// What the photo handle found in this thread's last picture; 3 when it kept a subject's colours.
+int LastPhotoFlag();
 
 }  // namespace vantro::app
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "app/failure.h"
+#include "app/photo_command.h"
 #include "app/video_command.h"
 
 int main(int argc, char** argv) {
@@ -28,6 +29,7 @@ int main(int argc, char** argv) {
   });
   std::function<int()> chosen;
   AddVideoCommand(program, chosen);
+  AddPhotoCommand(program, chosen);
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

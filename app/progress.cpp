@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 namespace vantro::app {
 namespace {
@@ -33,13 +34,14 @@ std::string ClockText(double seconds) {
   return text;
 }
 
-Progress::Progress(bool plain)
-    : bar_(!plain && isatty(STDERR_FILENO) != 0),
+Progress::Progress(bool plain, std::string unit)
+    : unit_(std::move(unit)),
+      bar_(!plain && isatty(STDERR_FILENO) != 0),
       next_(start_ + (bar_ ? Clock::duration(kBarPeriod) : kLinePeriod)) {}
 
 Progress::~Progress() { Close(); }
 
-void Progress::Update(int64_t frames, double share) {
+void Progress::Update(int64_t count, double share) {
   const Clock::time_point now = Clock::now();
   if (now < next_) return;
   next_ = now + (bar_ ? Clock::duration(kBarPeriod) : kLinePeriod);
@@ -55,8 +57,8 @@ void Progress::Update(int64_t frames, double share) {
     }
     line.append(Format("%3.0f%%, ", 100 * share));
   }
-  line.append(Format("%.0f frames, ", static_cast<double>(frames)));
-  line.append(Format("%.1f frames/s", static_cast<double>(frames) / elapsed));
+  line.append(Format("%.0f ", static_cast<double>(count))).append(unit_);
+  line.append(Format(", %.1f ", static_cast<double>(count) / elapsed)).append(unit_).append("/s");
   if (share > 0) line.append(", ").append(ClockText(elapsed * (1 - share) / share)).append(" left");
   if (bar_) {
     Erase();

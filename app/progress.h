@@ -1,4 +1,4 @@
-// What the user sees while a video is rendered, on standard error.
+// What the user sees while frames or pictures are rendered, on standard error.
 #ifndef VANTRO_APP_PROGRESS_H_
 #define VANTRO_APP_PROGRESS_H_
 
@@ -18,14 +18,14 @@ std::string ClockText(double seconds);
 // A bar that is redrawn on a terminal, a line every few seconds elsewhere.
 class Progress {
  public:
-  // With `plain` there is no bar on a terminal either.
-  explicit Progress(bool plain);
+  // With `plain` there is no bar on a terminal either. `unit` names what is counted.
+  explicit Progress(bool plain, std::string unit = "frames");
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // After every frame; `share` of the work is done (0 to 1, negative when unknown).
-  void Update(int64_t frames, double share);
+  // After each of them; `share` of the work is done (0 to 1, negative when unknown).
+  void Update(int64_t count, double share);
   // Writes a remark on a line of its own.
   void Note(const std::string& text);
   // Takes the bar away.
@@ -34,6 +34,7 @@ class Progress {
  private:
   void Erase();
 
+  std::string unit_;
   bool bar_;
   bool bar_shown_ = false;
   Clock::time_point start_ = Clock::now();

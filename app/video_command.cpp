@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 
+#include "app/common_options.h"
 #include "app/engine_library.h"
 #include "app/failure.h"
 #include "app/interrupt.h"
@@ -51,13 +50,6 @@ std::optional<Rect_t> ParseRect(const std::string& text) {
   const auto [x, y, width, height] = numbers;
   if (at != end || x < 0 || y < 0 || width < 1 || height < 1) return std::nullopt;
   return Rect_t{.x = x, .y = y, .height = height, .width = width, .aux0 = 0, .aux1 = 0};
-}
-
-void CheckDifferent(const std::string& input, const std::string& output, const char* name) {
-  std::error_code error;
-  if (std::filesystem::equivalent(input, output, error)) {
-    throw UsageError(std::string(name) + " " + output + ": is the input itself");
-  }
 }
 
 void PrintSummary(const VideoOptions& options, const VideoJob& job) {
@@ -106,8 +98,7 @@ int RunVideo(const VideoOptions& options) {
     CheckDifferent(options.input, options.contact_sheet, "--contact-sheet");
   }
   RouteFFmpegLog(options.verbose);
-  if (options.verbose) setenv("VANTRO_LOG", "debug", 0);
-  if (std::getenv("VANTRO_LOG") != nullptr) ShowLibraryLog();
+  StartLibraryLog(options.verbose);
 
   const InterruptWatch watch;
   const StandardOutput standard_output;
@@ -156,18 +147,7 @@ void AddVideoCommand(CLI::App& program, std::function<int()>& chosen) {
       ->required()
       ->type_name("");
   command->add_option("OUTPUT", options->output, "Video to write")->required()->type_name("");
-  command
-      ->add_option_function<std::string>(
-          "--format",
-          [options](const std::string& name) {
-            const auto* found = std::ranges::find(kFrameFormats, name, &FrameFormat::name);
-            if (found == kFrameFormats.end()) {
-              throw CLI::ValidationError("--format", "\"" + name + "\" is not nv21, nv12 or uyvy");
-            }
-            options->format = *found;
-          },
-          "Layout of the frames handed to the library (default nv21)")
-      ->type_name("nv21|nv12|uyvy");
+  AddFormatOption(*command, options->format);
   command
       ->add_option_function<std::string>(
           "--rect",
@@ -180,10 +160,7 @@ void AddVideoCommand(CLI::App& program, std::function<int()>& chosen) {
           },
           "Render only this rectangle of the frame, in pixels; the rest stays as it is")
       ->type_name("X,Y,W,H");
-  command
-      ->add_option("--engine", options->engine,
-                   "Segmentation engine to use, a library whose soname is libPlimra.so")
-      ->type_name("FILE");
+  AddEngineOption(*command, options->engine);
   command
       ->add_option("--contact-sheet", options->contact_sheet,
                    "Also write a PNG picture with frames before and after")

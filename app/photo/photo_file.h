@@ -1,0 +1,45 @@
+// Picture files: which kinds there are, reading any of them, writing those that can be written.
+#ifndef VANTRO_APP_PHOTO_PHOTO_FILE_H_
+#define VANTRO_APP_PHOTO_PHOTO_FILE_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/failure.h"
+#include "app/photo/exif.h"
+#include "app/photo/raster.h"
+
+namespace vantro::app {
+
+using Bytes = std::vector<uint8_t>;
+
+// A picture with what its file says about it.
+struct Photo {
+  Raster raster;          // upright
+  Bytes icc;              // the colour profile; empty for none
+  ExifBlock exif;         // empty for none
+  bool lossless = false;  // the file holds exactly these colours
+};
+
+enum class PhotoKind { kJpeg, kPng, kWebp };
+
+// The kind that a name ending stands for; nothing when this program does not write such files.
+std::optional<PhotoKind> KindOfName(const std::string& path);
+
+// Reads a JPEG, PNG, WebP, HEIC or AVIF file; its content tells which, not its name. The picture is
+// turned upright, and its Exif block made to say so. Throws RunError with the cause alone, without
+// the file's name.
+Photo ReadPhoto(const std::string& path, const NoteSink& note);
+
+// The file of this kind, as bytes; what the kind cannot hold is left out with a note. Throws
+// RunError with the cause alone.
+Bytes EncodePhoto(Photo photo, PhotoKind kind, const NoteSink& note);
+
+// Replaces the content of `path`, which `shown_path` names in the RunError of a failure.
+void WriteBytes(const Bytes& bytes, const std::string& path, const std::string& shown_path);
+
+}  // namespace vantro::app
+
+#endif  // VANTRO_APP_PHOTO_PHOTO_FILE_H_

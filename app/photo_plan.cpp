@@ -1,0 +1,103 @@
+#include "app/photo_plan.h"
+
+#include <filesystem>
+#include <map>
+#include <system_error>
+#include <utility>
+
+#include "app/failure.h"
+#include "app/photo/photo_file.h"
+
+namespace vantro::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool NamesFolder(const std::string& path) {
+  std::error_code error;
+  return path.ends_with('/') || fs::is_directory(path, error);
+}
+
+std::string NameInFolder(const std::string& input) {
+  fs::path name = fs::path(input).filename();
+  if (!KindOfName(input)) name.replace_extension(".jpg");
+  return name.string();
+}
+
+void CheckKind(const std::string& output) {
+  if (KindOfName(output)) return;
+  throw UsageError("OUTPUT " + output + ": \"" + fs::path(output).extension().string() +
+                   "\" is not a kind of picture this program writes; use .jpg, .png or .webp, or "
+                   "a folder");
+}
+
+// A name that is the same however the path is written.
+std::string Canonical(const std::string& path) {
+  std::error_code error;
+  const fs::path canonical = fs::weakly_canonical(path, error);
+  return error ? path : canonical.string();
+}
+
+void CheckOutputs(const std::vector<PhotoTask>& tasks) {
+  std::map<std::string, std::string> writers;  // by output
+  const auto claim = [&](const std::string& output, const std::string& input) {
+    const auto [earlier, is_new] = writers.emplace(Canonical(output), input);
+    if (!is_new) {
+      throw UsageError(earlier->second + " and " + input + ": would both be written to " + output);
+    }
+  };
+  for (const PhotoTask& task : tasks) {
+    claim(task.output, task.input);
+    if (!task.mask.empty()) claim(task.mask, task.input);
+  }
+  for (const PhotoTask& task : tasks) {
+    const auto writer = writers.find(Canonical(task.input));
+    if (writer != writers.end()) {
+      throw UsageError("OUTPUT " + task.input + ": is an input itself");
+    }
+  }
+}
+
+}  // namespace
+
+PhotoPlan PlanPhotos(const std::vector<std::string>& files, const std::string& mask_out) {
+  if (files.size() < 2) throw UsageError("OUTPUT is missing; see \"vantro photo --help\"");
+  const std::string& output = files.back();
+  const size_t count = files.size() - 1;
+  const bool to_folder = count > 1 || NamesFolder(output);
+  std::error_code error;
+  if (count > 1 && fs::exists(output, error) && !fs::is_directory(output, error)) {
+    throw UsageError("OUTPUT " + output + ": is no folder, and there are several pictures");
+  }
+  if (!to_folder) CheckKind(output);
+  const bool with_masks = !mask_out.empty();
+  const bool masks_to_folder = with_masks && (count > 1 || NamesFolder(mask_out));
+  if (with_masks && !masks_to_folder && KindOfName(mask_out) != PhotoKind::kPng) {
+    throw UsageError("--mask-out " + mask_out + ": must end in .png");
+  }
+  PhotoPlan plan;
+  if (to_folder) plan.folders.push_back(output);
+  if (masks_to_folder) plan.folders.push_back(mask_out);
+  for (size_t i = 0; i < count; ++i) {
+    PhotoTask task{files[i], output, mask_out};
+    const fs::path name = NameInFolder(files[i]);
+    if (to_folder) task.output = (fs::path(output) / name).string();
+    if (masks_to_folder) {
+      task.mask = (fs::path(mask_out) / name).replace_extension(".png").string();
+    }
+    plan.tasks.push_back(std::move(task));
+  }
+  CheckOutputs(plan.tasks);
+  return plan;
+}
+
+void MakeFolders(const std::vector<std::string>& folders) {
+  for (const std::string& folder : folders) {
+    std::error_code error;
+    if (fs::is_directory(folder, error)) continue;
+    fs::create_directory(folder, error);
+    if (error) throw RunError(folder + ": cannot be made: " + error.message());
+  }
+}
+
+}  // namespace vantro::app
