@@ -109,7 +109,7 @@ std::vector<PhotoResult> RunPhotoBatch(const std::vector<PhotoTask>& tasks,
         result.cause = error.what();
       }
       const std::lock_guard lock(mutex);
-      ++done;
+      if (++done == static_cast<int64_t>(tasks.size())) continue;
       progress.Update(done, static_cast<double>(done) / static_cast<double>(tasks.size()));
     }
   };

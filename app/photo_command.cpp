@@ -37,11 +37,28 @@ Exit status: 0 success, 1 a failure with some picture (the others are rendered
 all the same), 2 wrong usage, 130 after Ctrl-C; no picture is left half-written.)";
 
 struct PhotoOptions {
-  std::vector<std::string> files;  // the inputs, then the output
+  std::vector<std::string> inputs;
+  std::string output;
   std::string engine;
   std::string mask_out;
   PhotoSettings settings;
   bool verbose = false;
+};
+
+// CLI11 takes a list of any length only as the last positional argument, so inputs and output are
+// one list to it; the user sees two.
+class PhotoHelp : public CLI::Formatter {
+ public:
+  std::string make_usage(const CLI::App*, std::string) const override {
+    return "Usage: vantro photo [OPTIONS] INPUT... OUTPUT\n";
+  }
+  std::string make_positionals(const CLI::App*) const override {
+    return R"(
+Positionals:
+  INPUT...                    Pictures to read
+  OUTPUT                      Picture to write, or a folder for the pictures
+)";
+  }
 };
 
 void PrintSummary(const std::vector<PhotoTask>& tasks, const std::vector<PhotoResult>& results,
@@ -51,9 +68,13 @@ void PrintSummary(const std::vector<PhotoTask>& tasks, const std::vector<PhotoRe
     return std::ranges::count(results, state, &PhotoResult::state);
   };
   const auto done = count(State::kDone);
-  if (tasks.size() == 1 && done == 1) {
-    std::fprintf(stderr, "%s -> %s%s\n", tasks[0].input.c_str(), tasks[0].output.c_str(),
-                 results[0].person ? "" : "  (no person found: all grey)");
+  if (tasks.size() == 1) {
+    if (done == 1) {
+      std::fprintf(stderr, "%s -> %s%s\n", tasks[0].input.c_str(), tasks[0].output.c_str(),
+                   results[0].person ? "" : "  (no person found: all grey)");
+    } else if (count(State::kFailed) == 1) {
+      std::fprintf(stderr, "vantro: %s\n", results[0].cause.c_str());
+    }
     return;
   }
   const auto line = [](const char* name, ptrdiff_t number) {
@@ -80,7 +101,7 @@ void PrintSummary(const std::vector<PhotoTask>& tasks, const std::vector<PhotoRe
 }
 
 int RunPhotos(const PhotoOptions& options) {
-  const PhotoPlan plan = PlanPhotos(options.files, options.mask_out);
+  const PhotoPlan plan = PlanPhotos(options.inputs, options.output, options.mask_out);
   StartLibraryLog(options.verbose);
   const InterruptWatch watch;
   const StandardOutput standard_output;
@@ -106,11 +127,8 @@ void AddPhotoCommand(CLI::App& program, std::function<int()>& chosen) {
   const auto options = std::make_shared<PhotoOptions>();
   options->settings.jobs =
       std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostJobs);
-  command
-      ->add_option("FILES", options->files,
-                   "INPUT... OUTPUT: pictures to read; the picture to write, or a folder for them")
-      ->required()
-      ->type_name("");
+  command->add_option("INPUT", options->inputs)->type_name("");
+  command->formatter(std::make_shared<PhotoHelp>());
   AddFormatOption(*command, options->settings.format);
   AddEngineOption(*command, options->engine);
   command
@@ -129,7 +147,13 @@ void AddPhotoCommand(CLI::App& program, std::function<int()>& chosen) {
   command->add_flag("-v,--verbose", options->verbose,
                     "Show the log of the library on standard error");
   command->footer(kExamples);
-  command->callback([options, &chosen] { chosen = [options] { return RunPhotos(*options); }; });
+  command->callback([options, &chosen] {
+    if (options->inputs.empty()) throw CLI::RequiredError("INPUT");
+    options->output = options->inputs.back();
+    options->inputs.pop_back();
+    if (options->inputs.empty()) throw CLI::RequiredError("OUTPUT");
+    chosen = [options] { return RunPhotos(*options); };
+  });
 }
 
 }  // namespace vantro::app

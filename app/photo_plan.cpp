@@ -31,6 +31,14 @@ void CheckKind(const std::string& output) {
                    "a folder");
 }
 
+// A folder that is to be made is not named like a picture: that is a slip.
+void CheckFolder(const char* name, const std::string& path) {
+  std::error_code error;
+  if (NamesFolder(path) || (!fs::exists(path, error) && !KindOfName(path))) return;
+  throw UsageError(std::string(name) + " " + path +
+                   ": is no folder, and there are several pictures");
+}
+
 // A name that is the same however the path is written.
 std::string Canonical(const std::string& path) {
   std::error_code error;
@@ -60,27 +68,24 @@ void CheckOutputs(const std::vector<PhotoTask>& tasks) {
 
 }  // namespace
 
-PhotoPlan PlanPhotos(const std::vector<std::string>& files, const std::string& mask_out) {
-  if (files.size() < 2) throw UsageError("OUTPUT is missing; see \"vantro photo --help\"");
-  const std::string& output = files.back();
-  const size_t count = files.size() - 1;
-  const bool to_folder = count > 1 || NamesFolder(output);
-  std::error_code error;
-  if (count > 1 && fs::exists(output, error) && !fs::is_directory(output, error)) {
-    throw UsageError("OUTPUT " + output + ": is no folder, and there are several pictures");
-  }
+PhotoPlan PlanPhotos(const std::vector<std::string>& inputs, const std::string& output,
+                     const std::string& mask_out) {
+  const bool several = inputs.size() > 1;
+  const bool to_folder = several || NamesFolder(output);
+  if (several) CheckFolder("OUTPUT", output);
   if (!to_folder) CheckKind(output);
   const bool with_masks = !mask_out.empty();
-  const bool masks_to_folder = with_masks && (count > 1 || NamesFolder(mask_out));
+  const bool masks_to_folder = with_masks && (several || NamesFolder(mask_out));
+  if (masks_to_folder) CheckFolder("--mask-out", mask_out);
   if (with_masks && !masks_to_folder && KindOfName(mask_out) != PhotoKind::kPng) {
     throw UsageError("--mask-out " + mask_out + ": must end in .png");
   }
   PhotoPlan plan;
   if (to_folder) plan.folders.push_back(output);
   if (masks_to_folder) plan.folders.push_back(mask_out);
-  for (size_t i = 0; i < count; ++i) {
-    PhotoTask task{files[i], output, mask_out};
-    const fs::path name = NameInFolder(files[i]);
+  for (const std::string& input : inputs) {
+    PhotoTask task{input, output, mask_out};
+    const fs::path name = NameInFolder(input);
     if (to_folder) task.output = (fs::path(output) / name).string();
     if (masks_to_folder) {
       task.mask = (fs::path(mask_out) / name).replace_extension(".png").string();

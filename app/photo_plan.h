@@ -14,10 +14,11 @@ struct PhotoPlan {
   std::vector<std::string> folders;  // for outputs; they may be missing
 };
 
-// `files` are the inputs and, last, the output: a file for one input, or a folder. `mask_out` is
-// the same for masks, or empty. Nothing is touched. Throws UsageError when the names make no sense:
-// an output of an unknown kind, two outputs of one name, an output that is an input.
-PhotoPlan PlanPhotos(const std::vector<std::string>& files, const std::string& mask_out);
+// `output` is a folder, or, for one input, a file. `mask_out` is the same for masks, or empty.
+// Nothing is touched. Throws UsageError when the names make no sense: an output of an unknown kind,
+// two outputs of one name, an output that is an input.
+PhotoPlan PlanPhotos(const std::vector<std::string>& inputs, const std::string& output,
+                     const std::string& mask_out);
 
 // Makes those that are missing, but not their parents. Throws RunError.
 void MakeFolders(const std::vector<std::string>& folders);

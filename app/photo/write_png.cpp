@@ -8,6 +8,9 @@
 namespace vantro::app {
 namespace {
 
+// Of 9: half the time of the default, for a file that is a few per cent larger.
+constexpr int kCompression = 4;
+
 // What libpng hands over. It is C code, so memory that runs out is remembered, not thrown.
 struct Sink {
   Bytes bytes;
@@ -39,6 +42,7 @@ class PngEncoder {
     png_set_write_fn(png_, &sink_, &Put, &Flush);
     // A profile that libpng finds fault with is left out, not an error.
     png_set_benign_errors(png_, 1);
+    png_set_compression_level(png_, kCompression);
   }
   ~PngEncoder() { png_destroy_write_struct(&png_, &info_); }
   PngEncoder(const PngEncoder&) = delete;
