@@ -30,6 +30,11 @@ int main(int argc, char** argv) {
   std::function<int()> chosen;
   AddVideoCommand(program, chosen);
   AddPhotoCommand(program, chosen);
+  const auto is_named = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
+  if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(is_named).empty()) {
+    std::fprintf(stderr, "vantro: there is no command \"%s\"\nSee \"vantro --help\".\n", argv[1]);
+    return kExitUsage;
+  }
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -1,5 +1,9 @@
 #include "support/simd_level.h"
 
+#if defined(__x86_64__)
+#include <cpuid.h>
+#endif
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -24,6 +28,14 @@ SimdLevel LevelAtLoad() {
 // slower, not wrong.
 SimdLevel active_level = LevelAtLoad();
 
+#if defined(__x86_64__)
+// clang 14 does not know this one by name.
+bool HasF16c() {
+  unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
+  return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_F16C) != 0;
+}
+#endif
+
 }  // namespace
 
 SimdLevel DetectSimdLevel() {
@@ -33,8 +45,7 @@ SimdLevel DetectSimdLevel() {
   const bool sse4 = __builtin_cpu_supports("sse4.1") && __builtin_cpu_supports("sse4.2") &&
                     __builtin_cpu_supports("aes") && __builtin_cpu_supports("pclmul");
   const bool avx2 = sse4 && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
-                    __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
-                    __builtin_cpu_supports("f16c");
+                    __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") && HasF16c();
   const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") &&
                       __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512cd") &&
                       __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");

@@ -139,8 +139,7 @@ void WriteClip(const std::string& path, const std::vector<PlanarFrame>& frames,
   video->time_base = kTick;
   if (settings.rotation != 0) {
     uint8_t* matrix = av_stream_new_side_data(video, AV_PKT_DATA_DISPLAYMATRIX, 9 * 4);
-    // FFmpeg's function counts anticlockwise.
-    av_display_rotation_set(reinterpret_cast<int32_t*>(matrix), -settings.rotation);
+    av_display_rotation_set(reinterpret_cast<int32_t*>(matrix), settings.rotation);
   }
   AVStream* audio = nullptr;
   if (settings.audio) {
@@ -168,10 +167,10 @@ void WriteClip(const std::string& path, const std::vector<PlanarFrame>& frames,
       ASSERT_GE(av_frame_get_buffer(picture.get(), 0), 0);
       CopyPlane(frame.luma.data(), frame.width, frame.width, frame.height, picture->data[0],
                 picture->linesize[0]);
-      CopyPlane(frame.cb.data(), frame.chroma_width(), frame.chroma_width(),
-                frame.chroma_height(), picture->data[1], picture->linesize[1]);
-      CopyPlane(frame.cr.data(), frame.chroma_width(), frame.chroma_width(),
-                frame.chroma_height(), picture->data[2], picture->linesize[2]);
+      CopyPlane(frame.cb.data(), frame.chroma_width(), frame.chroma_width(), frame.chroma_height(),
+                picture->data[1], picture->linesize[1]);
+      CopyPlane(frame.cr.data(), frame.chroma_width(), frame.chroma_width(), frame.chroma_height(),
+                picture->data[2], picture->linesize[2]);
       picture->pts = settings.times[i];
     }
     ASSERT_GE(avcodec_send_frame(encoder.get(), i < frames.size() ? picture.get() : nullptr), 0);
@@ -231,8 +230,8 @@ StoredVideo ReadClip(const std::string& path) {
     while (avcodec_receive_frame(decoder.get(), frame.get()) >= 0) {
       if (pixels != AV_PIX_FMT_YUV420P) continue;
       PlanarFrame planar = EmptyFrame(frame->width, frame->height, true);
-      CopyPlane(frame->data[0], frame->linesize[0], planar.width, planar.height,
-                planar.luma.data(), planar.width);
+      CopyPlane(frame->data[0], frame->linesize[0], planar.width, planar.height, planar.luma.data(),
+                planar.width);
       CopyPlane(frame->data[1], frame->linesize[1], planar.chroma_width(), planar.chroma_height(),
                 planar.cb.data(), planar.chroma_width());
       CopyPlane(frame->data[2], frame->linesize[2], planar.chroma_width(), planar.chroma_height(),

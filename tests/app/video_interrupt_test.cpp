@@ -14,7 +14,11 @@ namespace {
 class VideoInterrupt : public ProgramTest {
  protected:
   // The program renders what comes through a pipe that the test holds.
-  void OpenPipe() { ASSERT_EQ(pipe2(ends_, O_CLOEXEC), 0); }
+  void OpenPipe() {
+    ASSERT_EQ(pipe2(ends_, O_CLOEXEC), 0);
+    // Room for all that a test feeds: while it feeds, nobody reads the program's standard error.
+    ASSERT_GE(fcntl(ends_[1], F_SETPIPE_SZ, 1 << 20), 1 << 20);
+  }
   void ClosePipe() {
     close(ends_[0]);
     close(ends_[1]);

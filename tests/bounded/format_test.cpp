@@ -94,12 +94,13 @@ TEST(BoundedFormat, WidthAndPrecisionFromTheArguments) {
 
 TEST(BoundedFormat, TheTableDecidesOnOddOrders) {
   EXPECT_EQ(Format("%5-d|%1-2d|", 7, 7), "7    |7           |");  // digits go on after a flag
+  EXPECT_EQ(Format("%.*5d", -1, 7), kRefused);                    // no precision to go on with
   EXPECT_EQ(Format("%*0d|", 1, 7), "         7|");                // and after a star
   for (const char* format :
-       {"%n",    "%hhn", "%a",    "%A",    "%k",    "%D",    "%~",    "%\x01",
-        "%\x80", "%5%",  "%-%",   "%l%",   "%..1d", "%.-1d", "%.1-d", "%.5 d",
-        "%**d",  "%1*d", "%.**d", "%.1*d", "%l5d",  "%l-d",  "%l.1d", "%l*d",
-        "%l0d",  "%.#x", "%.+d",  "%I3d",  "%I6d",  "%I33d", "%I46d", "%w8d"}) {
+       {"%n",    "%hhn",  "%a",    "%A",    "%k",    "%D",    "%~",    "%\x01", "%\x80",
+        "%5%",   "%-%",   "%l%",   "%..1d", "%.-1d", "%.1-d", "%.5 d", "%**d",  "%1*d",
+        "%.**d", "%.1*d", "%l5d",  "%l-d",  "%l.1d", "%l*d",  "%l0d",  "%.#x",  "%.+d",
+        "%I3d",  "%I6d",  "%I33d", "%I22d", "%I34d", "%I46d", "%I63d", "%w8d"}) {
     EXPECT_EQ(Format(format, 1, 1, 1), kRefused) << format;
   }
   // Sizes that say nothing together.

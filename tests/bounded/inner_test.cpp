@@ -66,6 +66,12 @@ TEST(BoundedInner, FloatsTakeHeapMemoryFrom512BytesOn) {
       }
     }
   }
+  // Nothing is taken for a text that cannot fit.
+  char text[100];
+  const FailingMalloc heap;
+  EXPECT_EQ(sprintf_s(text, sizeof(text), "%*f", 1000000, 1.5), -1);
+  EXPECT_EQ(sprintf_s(text, sizeof(text), "%.*f", 1000000, 1.5), -1);
+  EXPECT_EQ(heap.sizes(), std::vector<size_t>{});
 }
 
 }  // namespace

@@ -135,6 +135,16 @@ TEST(ThreadPool, WaitsDestructionAndFlagChangeOutlastTheRunningTask) {
   }
 }
 
+TEST(ThreadPool, ADispatchedTaskRunsBeforeTheEnd) {
+  for (int i = 0; i < 300; ++i) {
+    Note note;
+    MThreadPool* pool = MThread_Create(1, &kUnpinned, nullptr);
+    MThread_Boot(pool, 0, TakeNote, &note);
+    MThread_Destroy(pool);
+    ASSERT_EQ(note.indices.size(), 1u);
+  }
+}
+
 TEST(ThreadPool, RunSyncAndFinishCoverTheirRangeOnly) {
   Pool pool(4);
   std::atomic<uint32_t> ran{0};
@@ -170,6 +180,9 @@ TEST(ThreadPool, RangesOutsideThePoolRunNothing) {
   MThreadPool empty = {nullptr, 3};
   EXPECT_EQ(MThread_Boot(&empty, 0, TakeNote, &note), -1);
   MThread_Sync(&empty, 0, 1);
+  MThreadUnit unit{};
+  MThreadPool damaged = {&unit, -4};
+  MThread_Run(&damaged, 0, kMax, TakeNote, &note);
   EXPECT_TRUE(note.indices.empty());
 }
 
