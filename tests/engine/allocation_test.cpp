@@ -13,6 +13,8 @@ namespace {
 thread_local int allocations = 0;
 }
 
+// Exported, or the engine would go on calling the C library's.
+#pragma GCC visibility push(default)
 extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
@@ -41,6 +43,7 @@ int posix_memalign(void** block, size_t alignment, size_t size) {
   return *block == nullptr ? ENOMEM : 0;
 }
 }
+#pragma GCC visibility pop
 
 namespace vantro::test {
 namespace {
