@@ -63,38 +63,36 @@ void MoveColumns(const float* enters, const float* leaves, ptrdiff_t count,
 // Pixels of a row that are summed before they are solved; a whole number of vectors.
 constexpr ptrdiff_t kStretch = 128;
 
-// The running sums of the five terms as vectors of up to four doubles and a single one.
+// The running sums of the five terms: four in one vector, or in two that have two lanes, and one.
 struct RunningSums {
   using D = hn::CappedTag<double, 4>;
-  static constexpr size_t kParts = 4 / hn::MaxLanes(D());
-  hn::Vec<D> four[kParts];
+  static constexpr size_t kSecond = 4 - hn::MaxLanes(D());  // 0: there is no second vector
+  hn::Vec<D> first;
+  hn::Vec<D> second;
   double last;
 };
 
-HWY_INLINE void LoadSums(const double* values, RunningSums& sums) {
+HWY_INLINE RunningSums LoadSums(const double* values) {
   const RunningSums::D d;
-  for (size_t p = 0; p < RunningSums::kParts; ++p) {
-    sums.four[p] = hn::LoadU(d, values + p * hn::Lanes(d));
-  }
-  sums.last = values[4];
+  return {hn::LoadU(d, values), hn::LoadU(d, values + RunningSums::kSecond), values[4]};
 }
 
 HWY_INLINE void StoreSums(const RunningSums& sums, double* four, double* last) {
   const RunningSums::D d;
-  for (size_t p = 0; p < RunningSums::kParts; ++p) {
-    hn::StoreU(sums.four[p], d, four + p * hn::Lanes(d));
-  }
+  hn::StoreU(sums.first, d, four);
+  if (RunningSums::kSecond != 0) hn::StoreU(sums.second, d, four + RunningSums::kSecond);
   *last = sums.last;
 }
 
 HWY_INLINE void MoveSums(const float* enters, const float* leaves, RunningSums& sums) {
   const RunningSums::D d;
   const hn::Rebind<float, RunningSums::D> df;
-  for (size_t p = 0; p < RunningSums::kParts; ++p) {
-    const size_t at = p * hn::Lanes(d);
+  const auto moved = [&](hn::Vec<RunningSums::D> sum, size_t at) HWY_ATTR {
     const auto change = hn::Sub(hn::LoadU(df, enters + at), hn::LoadU(df, leaves + at));
-    sums.four[p] = hn::Add(sums.four[p], hn::PromoteTo(d, change));
-  }
+    return hn::Add(sum, hn::PromoteTo(d, change));
+  };
+  sums.first = moved(sums.first, 0);
+  if (RunningSums::kSecond != 0) sums.second = moved(sums.second, RunningSums::kSecond);
   sums.last += static_cast<double>(enters[4] - leaves[4]);
 }
 
@@ -150,8 +148,7 @@ void SolveRow(const float* columns, ptrdiff_t width, ptrdiff_t reach, double sca
 #if HWY_TARGET != HWY_SCALAR
   HWY_ALIGN double four[4 * kStretch];
   HWY_ALIGN double last[kStretch];
-  RunningSums running;
-  LoadSums(sums, running);
+  RunningSums running = LoadSums(sums);
   for (ptrdiff_t x = 0; x < width; x += kStretch) {
     const ptrdiff_t count = HWY_MIN(kStretch, width - x);
     SumStretch(columns, width, reach, x, count, running, four, last);

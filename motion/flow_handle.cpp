@@ -64,7 +64,7 @@ bool AllocBuffers(ME_Handler* handle) {
   const int64_t scratch = ScratchImageSize(handle->width, handle->height);
   if (!AllocBuffer(scratch, &handle->tmp_fImg)) {
     VANTRO_LOGE(kTagPlain, "[%s] Malloc tmp_fImg Failed: %zd", kTagPlain,
-                static_cast<ssize_t>(scratch * static_cast<int64_t>(sizeof(float))));
+                static_cast<ssize_t>(static_cast<uint64_t>(scratch) * sizeof(float)));
     return false;
   }
   if (!AllocBuffer(5 * pixels, &handle->matM) || !AllocBuffer(pixels, &handle->src_f)) return false;
