@@ -16,9 +16,9 @@ namespace hn = hwy::HWY_NAMESPACE;
 // Weights that sum to 256: every partial sum of the symmetric form fits 16 bits unsigned
 // (255 * 256 + 128), and the division is a shift.
 template <int kReach>
-void SpanPlain(const uint8_t* const* lines, const uint16_t* taps, size_t begin, size_t end,
+void SpanPlain(const uint8_t* const* lines, const uint16_t* taps, size_t width,
                uint8_t* HWY_RESTRICT out) {
-  for (size_t x = begin; x < end; ++x) {
+  for (size_t x = 0; x < width; ++x) {
     unsigned sum = 128u + unsigned{taps[kReach]} * lines[kReach][x];
     for (int i = 0; i < kReach; ++i) {
       sum += unsigned{taps[i]} * (unsigned{lines[i][x]} + lines[2 * kReach - i][x]);
@@ -28,18 +28,31 @@ void SpanPlain(const uint8_t* const* lines, const uint16_t* taps, size_t begin, 
 }
 
 #if HWY_TARGET != HWY_SCALAR
+// A span of at least one vector; the last one covers some samples again.
 template <int kReach, class D16>
-HWY_INLINE void SpanVector(D16 d16, const uint8_t* const* lines, const uint16_t* taps, size_t x,
-                           uint8_t* HWY_RESTRICT out) {
+HWY_INLINE void SpanVectors(D16 d16, const uint8_t* const* lines, const uint16_t* taps,
+                            size_t width, uint8_t* HWY_RESTRICT out) {
   const hn::Rebind<uint8_t, D16> d8;
   const hn::RebindToSigned<D16> di16;
-  const auto sample = [&](int i) { return hn::PromoteTo(d16, hn::LoadU(d8, lines[i] + x)); };
-  auto sum = hn::Add(hn::Set(d16, 128), hn::Mul(hn::Set(d16, taps[kReach]), sample(kReach)));
-  for (int i = 0; i < kReach; ++i) {
-    const auto pair = hn::Add(sample(i), sample(2 * kReach - i));
-    sum = hn::Add(sum, hn::Mul(hn::Set(d16, taps[i]), pair));
-  }
-  hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, hn::ShiftRight<8>(sum))), d8, out + x);
+  // Copies, because a store of bytes might change what the arguments point to.
+  hn::Vec<D16> weight[kReach + 1];
+  for (int i = 0; i <= kReach; ++i) weight[i] = hn::Set(d16, taps[i]);
+  const auto half = hn::Set(d16, 128);
+
+  const auto vector_at = [&](size_t x) HWY_ATTR {
+    const auto sample = [&](int i)
+                            HWY_ATTR { return hn::PromoteTo(d16, hn::LoadU(d8, lines[i] + x)); };
+    auto sum = hn::Add(half, hn::Mul(weight[kReach], sample(kReach)));
+    for (int i = 0; i < kReach; ++i) {
+      const auto pair = hn::Add(sample(i), sample(2 * kReach - i));
+      sum = hn::Add(sum, hn::Mul(weight[i], pair));
+    }
+    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, hn::ShiftRight<8>(sum))), d8, out + x);
+  };
+  const size_t lanes = hn::Lanes(d16);
+  size_t x = 0;
+  for (; x + lanes <= width; x += lanes) vector_at(x);
+  if (x < width) vector_at(width - lanes);
 }
 #endif
 
@@ -47,23 +60,12 @@ template <int kReach>
 void Span(const uint8_t* const* lines, const uint16_t* taps, size_t width,
           uint8_t* HWY_RESTRICT out) {
 #if HWY_TARGET != HWY_SCALAR
-  // The last vector of a row covers some of the one before it again.
-  const hn::ScalableTag<uint16_t> d16;
-  const size_t lanes = hn::Lanes(d16);
-  if (width >= lanes) {
-    for (size_t x = 0; x + lanes <= width; x += lanes) SpanVector<kReach>(d16, lines, taps, x, out);
-    if (width % lanes != 0) SpanVector<kReach>(d16, lines, taps, width - lanes, out);
-    return;
-  }
+  const hn::ScalableTag<uint16_t> wide;
   const hn::CappedTag<uint16_t, 8> narrow;
-  const size_t few = hn::Lanes(narrow);
-  if (width >= few) {
-    for (size_t x = 0; x + few <= width; x += few) SpanVector<kReach>(narrow, lines, taps, x, out);
-    SpanVector<kReach>(narrow, lines, taps, width - few, out);
-    return;
-  }
+  if (width >= hn::Lanes(wide)) return SpanVectors<kReach>(wide, lines, taps, width, out);
+  if (width >= hn::Lanes(narrow)) return SpanVectors<kReach>(narrow, lines, taps, width, out);
 #endif
-  SpanPlain<kReach>(lines, taps, 0, width, out);
+  SpanPlain<kReach>(lines, taps, width, out);
 }
 
 // Any weights: sums of 13 products of 16 and 8 bits fit 32 bits.
@@ -80,46 +82,92 @@ void SpanDivided(const uint8_t* const* lines, const BlurWeights& weights, size_t
   }
 }
 
-void BlurLines(const uint8_t* const* lines, const BlurWeights& weights, size_t width,
-               uint8_t* out) {
-  if (!weights.sums_to_256) return SpanDivided(lines, weights, width, out);
-  switch (weights.reach) {
-    case 1:
-      return Span<1>(lines, weights.taps, width, out);
-    case 2:
-      return Span<2>(lines, weights.taps, width, out);
-    case 3:
-      return Span<3>(lines, weights.taps, width, out);
-    case 4:
-      return Span<4>(lines, weights.taps, width, out);
-    case 5:
-      return Span<5>(lines, weights.taps, width, out);
-    default:
-      return Span<6>(lines, weights.taps, width, out);
+template <int kReach>
+HWY_INLINE void LinesOf(const uint8_t* const* lines, const BlurWeights& weights, size_t width,
+                        uint8_t* out) {
+  if (weights.sums_to_256) return Span<kReach>(lines, weights.taps, width, out);
+  SpanDivided(lines, weights, width, out);
+}
+
+// A row so short that each sample's neighbours may be mirrored on both sides.
+template <int kReach>
+void ShortRowOf(const uint8_t* row, const BlurWeights& weights, size_t width, uint8_t* out) {
+  uint8_t samples[4 * kReach];
+  const uint8_t* lines[2 * kReach + 1];
+  for (size_t i = 0; i < width + 2 * kReach; ++i) {
+    samples[i] = row[Mirror(static_cast<ptrdiff_t>(i) - kReach, width)];
+  }
+  for (int i = 0; i <= 2 * kReach; ++i) lines[i] = samples + i;
+  LinesOf<kReach>(lines, weights, width, out);
+}
+
+// The first and the last samples of a longer row. Both ends lie side by side, in one stretch; what
+// it gives for the seam is dropped.
+template <int kReach>
+HWY_INLINE void RowEndsOf(const uint8_t* row, const BlurWeights& weights, size_t width,
+                          uint8_t* out) {
+  uint8_t samples[6 * kReach];
+  uint8_t blurred[4 * kReach];
+  const uint8_t* lines[2 * kReach + 1];
+  const uint8_t* const end = row + width;
+  for (int i = 0; i < kReach; ++i) {
+    samples[i] = row[kReach - i];
+    samples[5 * kReach + i] = end[-2 - i];
+  }
+  for (int i = 0; i < 2 * kReach; ++i) {
+    samples[kReach + i] = row[i];
+    samples[3 * kReach + i] = end[i - 2 * kReach];
+  }
+  for (int i = 0; i <= 2 * kReach; ++i) lines[i] = samples + i;
+  LinesOf<kReach>(lines, weights, 4 * kReach, blurred);
+  for (int i = 0; i < kReach; ++i) {
+    out[i] = blurred[i];
+    out[width - kReach + static_cast<size_t>(i)] = blurred[3 * kReach + i];
   }
 }
 
-// The row's samples from `begin` on, mirrored, in one stretch with `count` centres.
-void BlurMirrored(const uint8_t* row, const BlurWeights& weights, size_t width, size_t begin,
-                  size_t count, uint8_t* out) {
-  const size_t reach = static_cast<size_t>(weights.reach);
-  uint8_t samples[4 * kLongestReach];
-  const uint8_t* lines[kMostTaps];
-  for (size_t i = 0; i < count + 2 * reach; ++i) {
-    samples[i] = row[Mirror(static_cast<ptrdiff_t>(begin + i) - weights.reach, width)];
+template <int kReach>
+void RowOf(const uint8_t* row, const BlurWeights& weights, size_t width, uint8_t* out) {
+  if (width <= 2 * kReach) return ShortRowOf<kReach>(row, weights, width, out);
+  RowEndsOf<kReach>(row, weights, width, out);
+  const uint8_t* lines[2 * kReach + 1];
+  for (int i = 0; i <= 2 * kReach; ++i) lines[i] = row + i;
+  LinesOf<kReach>(lines, weights, width - 2 * kReach, out + kReach);
+}
+
+void BlurLines(const uint8_t* const* lines, const BlurWeights& weights, size_t width,
+               uint8_t* out) {
+  switch (weights.reach) {
+    case 1:
+      return LinesOf<1>(lines, weights, width, out);
+    case 2:
+      return LinesOf<2>(lines, weights, width, out);
+    case 3:
+      return LinesOf<3>(lines, weights, width, out);
+    case 4:
+      return LinesOf<4>(lines, weights, width, out);
+    case 5:
+      return LinesOf<5>(lines, weights, width, out);
+    default:
+      return LinesOf<6>(lines, weights, width, out);
   }
-  for (size_t i = 0; i <= 2 * reach; ++i) lines[i] = samples + i;
-  BlurLines(lines, weights, count, out + begin);
 }
 
 void BlurRow(const uint8_t* row, const BlurWeights& weights, size_t width, uint8_t* out) {
-  const size_t reach = static_cast<size_t>(weights.reach);
-  if (width <= 2 * reach) return BlurMirrored(row, weights, width, 0, width, out);
-  BlurMirrored(row, weights, width, 0, reach, out);
-  BlurMirrored(row, weights, width, width - reach, reach, out);
-  const uint8_t* lines[kMostTaps];
-  for (size_t i = 0; i <= 2 * reach; ++i) lines[i] = row + i;
-  BlurLines(lines, weights, width - 2 * reach, out + reach);
+  switch (weights.reach) {
+    case 1:
+      return RowOf<1>(row, weights, width, out);
+    case 2:
+      return RowOf<2>(row, weights, width, out);
+    case 3:
+      return RowOf<3>(row, weights, width, out);
+    case 4:
+      return RowOf<4>(row, weights, width, out);
+    case 5:
+      return RowOf<5>(row, weights, width, out);
+    default:
+      return RowOf<6>(row, weights, width, out);
+  }
 }
 
 }  // namespace

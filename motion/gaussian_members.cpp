@@ -46,22 +46,29 @@ void BlurPlane(const Plane& p, const BlurWeights& weights, uint8_t* scratch) {
     return scratch + static_cast<size_t>(y % kept) * width;
   };
 
-  const uint8_t* lines[kMostTaps] = {};
+  // Twice round the kept rows, so that a window of them can start at any one.
+  const uint8_t* ring[2 * kMostTaps] = {};
+  const ptrdiff_t window = 2 * reach + 1;
+  for (ptrdiff_t i = 0; kept == window && i < 2 * kept; ++i) ring[i] = scratch_row(i);
+  ptrdiff_t start = 0;
+
   ptrdiff_t next = 0;
   for (ptrdiff_t y = 0; y < height; ++y) {
     for (; next < height && next <= y + lead; ++next) {
       BlurAlong(p.src + next * p.src_stride, weights, width, scratch_row(next));
     }
-    if (kept == 2 * reach + 1 && follow && y > reach && y + reach < height) {
-      // The row that drops out has given its place to the one that comes in.
-      std::rotate(lines, lines + 1, lines + kept);
-    } else {
-      for (ptrdiff_t i = 0; i <= 2 * reach; ++i) {
-        const size_t row = Mirror(y + i - reach, static_cast<size_t>(height));
-        lines[i] = scratch_row(static_cast<ptrdiff_t>(row));
-      }
+    uint8_t* const out = p.dst + y * p.dst_stride;
+    if (follow && y >= reach && y + reach < height) {
+      BlurAcross(ring + start, weights, width, out);
+      start = start + 1 == kept ? 0 : start + 1;
+      continue;
     }
-    BlurAcross(lines, weights, width, p.dst + y * p.dst_stride);
+    const uint8_t* lines[kMostTaps];
+    for (ptrdiff_t i = 0; i < window; ++i) {
+      const size_t row = Mirror(y + i - reach, static_cast<size_t>(height));
+      lines[i] = scratch_row(static_cast<ptrdiff_t>(row));
+    }
+    BlurAcross(lines, weights, width, out);
   }
 }
 
