@@ -41,6 +41,15 @@ void InOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<f
   }
 }
 
+// Both rules where the upper row has all the weight: the other terms are zeros.
+void UpperOnly(const SpreadRow& upper, const AxisWeights<float>& columns, float bias,
+               uint8_t* HWY_RESTRICT out) {
+  for (int x = 0; x < columns.count; ++x) {
+    const float sum = columns.left[x] * upper.left[x] + columns.right[x] * upper.right[x];
+    out[x] = static_cast<uint8_t>(static_cast<int32_t>(sum + bias));
+  }
+}
+
 void Once(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<double>& columns,
           const RowWeights<double>& row, uint8_t* HWY_RESTRICT out) {
   const double wy0 = row.upper;
@@ -82,6 +91,7 @@ namespace vantro {
 namespace {
 VANTRO_KERNEL_TABLE(Grouped);
 VANTRO_KERNEL_TABLE(InOrder);
+VANTRO_KERNEL_TABLE(UpperOnly);
 VANTRO_KERNEL_TABLE(Once);
 VANTRO_KERNEL_TABLE(Terms);
 }  // namespace
@@ -93,6 +103,10 @@ void SumGrouped(const SpreadRow& upper, const SpreadRow& lower, const AxisWeight
 void SumInOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
                 const RowWeights<float>& row, float bias, uint8_t* out) {
   VANTRO_KERNEL(InOrder)(upper, lower, columns, row, bias, out);
+}
+void SumUpperOnly(const SpreadRow& upper, const AxisWeights<float>& columns, float bias,
+                  uint8_t* out) {
+  VANTRO_KERNEL(UpperOnly)(upper, columns, bias, out);
 }
 void SumOnce(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<double>& columns,
              const RowWeights<double>& row, uint8_t* out) {

@@ -31,6 +31,9 @@ void SumGrouped(const SpreadRow& upper, const SpreadRow& lower, const AxisWeight
 // wy0*(wx0*P00) + wy0*(wx1*P01) + wy1*(wx0*P10) + (wy1*wx1)*P11
 void SumInOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
                 const RowWeights<float>& row, float bias, uint8_t* out);
+// Either, for the row weights (1, 0).
+void SumUpperOnly(const SpreadRow& upper, const AxisWeights<float>& columns, float bias,
+                  uint8_t* out);
 
 // Double precision, w00 = wx0*wy0, w10 = wx0*wy1 and so on.
 // trunc(((w00*P00 + w10*P10) + w01*P01) + w11*P11)

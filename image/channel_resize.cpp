@@ -47,22 +47,46 @@ struct ChannelTarget {
   int64_t pitch;
 };
 
+// Column weights of a strip in aligned memory; every destination row streams through them.
+struct StripWeights {
+  alignas(64) float left[kStripColumns];
+  alignas(64) float right[kStripColumns];
+};
+
+template <int step>
+void Scatter(const uint8_t* packed, int count, uint8_t* dst) {
+  for (int64_t x = 0; x < count; ++x) dst[x * step] = packed[x];
+}
+
+void ScatterBy(int64_t step, const uint8_t* packed, int count, uint8_t* dst) {
+  // Known steps take one store and no address arithmetic an element.
+  if (step == 2) return Scatter<2>(packed, count, dst);
+  if (step == 4) return Scatter<4>(packed, count, dst);
+  for (int64_t x = 0; x < count; ++x) dst[x * step] = packed[x];
+}
+
 void ResizeStrip(const ChannelSource& source, const BilinearTables& tables, const SumRule& rule,
                  int first, int count, int height, const ChannelTarget& target) {
   const BilinearAxis& columns = tables.columns();
   const BilinearAxis& rows = tables.rows();
   RowSpreader spreader(source, {columns.first + first, columns.second + first, count});
-  const AxisWeights<float> weights = {columns.first_weight + first, columns.second_weight + first,
-                                      count};
+  StripWeights aligned;
+  std::copy_n(columns.first_weight + first, count, aligned.left);
+  std::copy_n(columns.second_weight + first, count, aligned.right);
+  const AxisWeights<float> weights = {aligned.left, aligned.right, count};
   uint8_t packed[kStripColumns];
   uint8_t* dst = target.data + first * target.step;
   for (int y = 0; y < height; ++y, dst += target.pitch) {
-    const auto [upper, lower] = spreader.Rows(rows.first[y], rows.second[y]);
+    const RowWeights<float> row = {rows.first_weight[y], rows.second_weight[y]};
     uint8_t* const out = target.step == 1 ? dst : packed;
-    rule.sum(*upper, *lower, weights, {rows.first_weight[y], rows.second_weight[y]}, rule.bias,
-             out);
-    if (target.step == 1) continue;
-    for (int x = 0; x < count; ++x) dst[x * target.step] = packed[x];
+    if (row.upper == 1.0f && row.lower == 0.0f) {
+      const auto [upper, same] = spreader.Rows(rows.first[y], rows.first[y]);
+      SumUpperOnly(*upper, weights, rule.bias, out);
+    } else {
+      const auto [upper, lower] = spreader.Rows(rows.first[y], rows.second[y]);
+      rule.sum(*upper, *lower, weights, row, rule.bias, out);
+    }
+    if (target.step != 1) ScatterBy(target.step, packed, count, dst);
   }
 }
 

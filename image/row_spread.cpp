@@ -1,6 +1,8 @@
 #include "image/row_spread.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 #include "support/simd_targets.h"
 #undef HWY_TARGET_INCLUDE
@@ -14,8 +16,23 @@ namespace HWY_NAMESPACE {
 namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
-void Spread(const uint8_t* row, int64_t step, const StripColumns& columns,
-            [[maybe_unused]] const SpreadPlan& plan, SpreadRow& out) {
+// Pairs that stand side by side are fetched together.
+void SpreadAdjacent(const uint8_t* row, const StripColumns& columns, SpreadRow& out) {
+  static_assert(std::endian::native == std::endian::little);
+  alignas(64) uint16_t pairs[kStripColumns];
+  for (int x = 0; x < columns.count; ++x) std::memcpy(&pairs[x], row + columns.left[x], 2);
+  for (int x = 0; x < columns.count; ++x) {
+    out.left[x] = static_cast<float>(pairs[x] & 0xFF);
+    out.right[x] = static_cast<float>(pairs[x] >> 8);
+  }
+}
+
+void Spread(const uint8_t* row, int64_t step, const StripColumns& columns, const SpreadPlan& plan,
+            SpreadRow& out) {
+  if (plan.adjacent) {
+    SpreadAdjacent(row, columns, out);
+    return;
+  }
   alignas(64) uint8_t left[kStripColumns];
   alignas(64) uint8_t right[kStripColumns];
   int x = 0;
@@ -58,6 +75,13 @@ VANTRO_KERNEL_TABLE(Spread);
 
 constexpr uint8_t kNone = 0x80;  // shuffle index that gives 0 on every processor
 
+bool AreAdjacent(const StripColumns& columns) {
+  for (int x = 0; x < columns.count; ++x) {
+    if (columns.right[x] != columns.left[x] + 1) return false;
+  }
+  return true;
+}
+
 void MakePlan(const ChannelSource& source, const StripColumns& columns, SpreadPlan& plan) {
   constexpr int kGroup = SpreadPlan::kGroup;
   constexpr int kWindow = SpreadPlan::kWindow;
@@ -69,8 +93,12 @@ void MakePlan(const ChannelSource& source, const StripColumns& columns, SpreadPl
     span = std::max(span, distance * source.step + 1);
   }
   plan.windows = 0;
+  plan.adjacent = false;
   const int64_t windows = (span + kWindow - 1) / kWindow;
-  if (windows > SpreadPlan::kMaxWindows || windows * kWindow > source.row_bytes) return;
+  if (windows > SpreadPlan::kMaxWindows || windows * kWindow > source.row_bytes) {
+    plan.adjacent = source.step == 1 && AreAdjacent(columns);
+    return;
+  }
   plan.windows = static_cast<int>(windows);
   for (int g = 0; g < groups; ++g) {
     const int first = g * kGroup;
