@@ -27,19 +27,34 @@ void SpreadAdjacent(const uint8_t* row, const StripColumns& columns, SpreadRow& 
   }
 }
 
+#if HWY_TARGET != HWY_SCALAR
+using D8 = hn::Full128<uint8_t>;
+using DGroup = hn::Half<D8>;
+
+// A group of samples as floats.
+HWY_INLINE void StoreGroup(hn::Vec<DGroup> samples, float* out) {
+#if HWY_MAX_BYTES >= 32
+  const hn::FixedTag<float, SpreadPlan::kGroup> d;
+  const hn::RebindToSigned<decltype(d)> di;
+  hn::Store(hn::ConvertTo(d, hn::PromoteTo(di, samples)), d, out);
+#else
+  uint8_t bytes[SpreadPlan::kGroup];
+  hn::StoreU(samples, DGroup(), bytes);
+  for (int i = 0; i < SpreadPlan::kGroup; ++i) out[i] = bytes[i];
+#endif
+}
+#endif  // HWY_TARGET != HWY_SCALAR
+
 void Spread(const uint8_t* row, int64_t step, const StripColumns& columns, const SpreadPlan& plan,
             SpreadRow& out) {
   if (plan.adjacent) {
     SpreadAdjacent(row, columns, out);
     return;
   }
-  alignas(64) uint8_t left[kStripColumns];
-  alignas(64) uint8_t right[kStripColumns];
   int x = 0;
 #if HWY_TARGET != HWY_SCALAR
   if (plan.windows > 0) {
-    const hn::Full128<uint8_t> d;
-    const hn::Half<decltype(d)> half;
+    const D8 d;
     for (int g = 0; x + SpreadPlan::kGroup <= columns.count; ++g, x += SpreadPlan::kGroup) {
       const uint8_t* const window = row + plan.base[g];
       auto samples = hn::TableLookupBytesOr0(hn::LoadU(d, window), hn::Load(d, plan.choice[g][0]));
@@ -48,17 +63,15 @@ void Spread(const uint8_t* row, int64_t step, const StripColumns& columns, const
             hn::Or(samples, hn::TableLookupBytesOr0(hn::LoadU(d, window + k * SpreadPlan::kWindow),
                                                     hn::Load(d, plan.choice[g][k])));
       }
-      hn::Store(hn::LowerHalf(half, samples), half, left + x);
-      hn::Store(hn::UpperHalf(half, samples), half, right + x);
+      StoreGroup(hn::LowerHalf(DGroup(), samples), out.left + x);
+      StoreGroup(hn::UpperHalf(DGroup(), samples), out.right + x);
     }
   }
 #endif
   for (; x < columns.count; ++x) {
-    left[x] = row[columns.left[x] * step];
-    right[x] = row[columns.right[x] * step];
+    out.left[x] = row[columns.left[x] * step];
+    out.right[x] = row[columns.right[x] * step];
   }
-  for (int i = 0; i < columns.count; ++i) out.left[i] = left[i];
-  for (int i = 0; i < columns.count; ++i) out.right[i] = right[i];
 }
 
 }  // namespace
