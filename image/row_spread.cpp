@@ -20,7 +20,19 @@ namespace hn = hwy::HWY_NAMESPACE;
 void SpreadAdjacent(const uint8_t* row, const StripColumns& columns, SpreadRow& out) {
   static_assert(std::endian::native == std::endian::little);
   alignas(64) uint16_t pairs[kStripColumns];
-  for (int x = 0; x < columns.count; ++x) std::memcpy(&pairs[x], row + columns.left[x], 2);
+  const auto pair = [&](int x) {
+    uint16_t bytes;
+    std::memcpy(&bytes, row + columns.left[x], sizeof(bytes));
+    return uint64_t{bytes};
+  };
+  int first = 0;
+  // Stores of eight bytes reach the loads below sooner than stores of two.
+  for (; first + 4 <= columns.count; first += 4) {
+    const uint64_t four =
+        pair(first) | pair(first + 1) << 16 | pair(first + 2) << 32 | pair(first + 3) << 48;
+    std::memcpy(&pairs[first], &four, sizeof(four));
+  }
+  for (; first < columns.count; ++first) pairs[first] = static_cast<uint16_t>(pair(first));
   for (int x = 0; x < columns.count; ++x) {
     out.left[x] = static_cast<float>(pairs[x] & 0xFF);
     out.right[x] = static_cast<float>(pairs[x] >> 8);
