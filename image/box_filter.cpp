@@ -20,7 +20,7 @@ namespace vantro {
 namespace {
 
 // Rows whose running totals are formed side by side: one total alone would wait for every addition.
-constexpr int kRowsAtOnce = 4;
+constexpr int kRowsAtOnce = kSumRows;
 // Largest box side for which the rings of all these rows stand on the stack.
 constexpr int64_t kStackSide = 256;
 
@@ -80,9 +80,7 @@ void MeanInOrder(const FloatRows& source, int64_t side, float* ring, float* dst)
   for (int y = 0; y < source.height; y += kRowsAtOnce) {
     const int rows = std::min(kRowsAtOnce, source.height - y);
     float* const first = dst + y * source.stride;
-    for (int k = 0; k < rows; ++k) {
-      SumColumns(source, y + k - radius, y + k + radius, first + k * source.stride);
-    }
+    SumColumns(source, y - radius, side, rows, first);
     TotalAlongPlane(first, source.stride, source.width, rows, side, ring);
     for (int k = 0; k < rows; ++k) DivideRow(first + k * source.stride, source.width, count);
   }
@@ -93,7 +91,7 @@ void MeanOfExactSums(float* copy, const FloatRows& source, int64_t side, float* 
   const int64_t radius = side / 2;
   const float count = ElementsOf(side);
   TotalAlongPlane(copy, source.stride, source.width, source.height, side, ring);
-  SumColumns(source, -radius, radius, dst);
+  SumColumns(source, -radius, side, 1, dst);
   for (int y = 0; y < source.height; ++y) {
     float* const row = dst + y * source.stride;
     if (y + 1 < source.height) {

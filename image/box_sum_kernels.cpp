@@ -15,23 +15,45 @@ namespace {
 
 // The compiler turns these loops into vectors of every target.
 
-void Columns(const FloatRows& rows, int64_t first, int64_t last, float* HWY_RESTRICT sums) {
-  constexpr int kRun = 64;  // columns whose sums stay in registers
-  int x = 0;
-  for (; x + kRun <= rows.width; x += kRun) {
-    float run[kRun] = {};
-    for (int64_t y = first; y <= last; ++y) {
-      const float* const row = rows.Row(y) + x;
-      for (int i = 0; i < kRun; ++i) run[i] += row[i];
+// kCount rows of sums for kRun columns, which stay in registers while the source rows pass once.
+template <int kCount, int kRun>
+HWY_INLINE void SumRun(const FloatRows& rows, int64_t first, int64_t side, int x,
+                       float* HWY_RESTRICT sums) {
+  float run[kCount][kRun] = {};
+  const auto add = [&](int64_t y, int from, int to) HWY_ATTR {
+    const float* const row = rows.Row(first + y) + x;
+    for (int k = from; k < to; ++k) {
+      for (int i = 0; i < kRun; ++i) run[k][i] += row[i];
     }
-    for (int i = 0; i < kRun; ++i) sums[x + i] = run[i];
+  };
+  // Source row y belongs to the sums k with k <= y < k + side.
+  const int64_t rest = side + kCount - 1;
+  const int64_t shared_end = std::max<int64_t>(side, kCount - 1);
+  int64_t y = 0;
+  for (; y < kCount - 1; ++y) {
+    add(y, static_cast<int>(std::max<int64_t>(y - side + 1, 0)), static_cast<int>(y) + 1);
   }
-  if (x == rows.width) return;
-  std::fill(sums + x, sums + rows.width, 0.0f);
-  for (int64_t y = first; y <= last; ++y) {
-    const float* const row = rows.Row(y);
-    for (int i = x; i < rows.width; ++i) sums[i] += row[i];
+  for (; y < shared_end; ++y) add(y, 0, kCount);
+  for (; y < rest; ++y) add(y, static_cast<int>(y - side + 1), kCount);
+  for (int k = 0; k < kCount; ++k) {
+    for (int i = 0; i < kRun; ++i) sums[k * rows.stride + x + i] = run[k][i];
   }
+}
+
+template <int kCount>
+void SumRows(const FloatRows& rows, int64_t first, int64_t side, float* sums) {
+  constexpr int kRun = 32;
+  int x = 0;
+  for (; x + kRun <= rows.width; x += kRun) SumRun<kCount, kRun>(rows, first, side, x, sums);
+  for (; x < rows.width; ++x) SumRun<kCount, 1>(rows, first, side, x, sums);
+}
+
+void Columns(const FloatRows& rows, int64_t first, int64_t side, int count, float* sums) {
+  if (count == kSumRows) {
+    SumRows<kSumRows>(rows, first, side, sums);
+    return;
+  }
+  for (int k = 0; k < count; ++k) SumRows<1>(rows, first + k, side, sums + k * rows.stride);
 }
 
 void Slide(const float* sums, const float* leaving, const float* entering, int width,
@@ -68,8 +90,8 @@ VANTRO_KERNEL_TABLE(Divide);
 VANTRO_KERNEL_TABLE(SmallWhole);
 }  // namespace
 
-void SumColumns(const FloatRows& rows, int64_t first, int64_t last, float* sums) {
-  VANTRO_KERNEL(Columns)(rows, first, last, sums);
+void SumColumns(const FloatRows& rows, int64_t first, int64_t side, int count, float* sums) {
+  VANTRO_KERNEL(Columns)(rows, first, side, count, sums);
 }
 void SlideDown(const float* sums, const float* leaving, const float* entering, int width,
                float* next) {

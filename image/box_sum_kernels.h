@@ -19,8 +19,12 @@ struct FloatRows {
   }
 };
 
-// Sums of each column over rows `first` to `last`, added from the top.
-void SumColumns(const FloatRows& rows, int64_t first, int64_t last, float* sums);
+// Rows of sums that SumColumns makes from one reading of the source.
+inline constexpr int kSumRows = 8;
+
+// Sums of each column over `side` rows, added from the top: row k of `count` rows of sums, which
+// lie `rows.stride` apart, starts at source row first + k. At most kSumRows.
+void SumColumns(const FloatRows& rows, int64_t first, int64_t side, int count, float* sums);
 
 // next[x] = sums[x] - leaving[x] + entering[x]
 void SlideDown(const float* sums, const float* leaving, const float* entering, int width,

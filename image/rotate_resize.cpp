@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 #include "image/plane_resize.h"
 #include "image/transpose.h"
@@ -34,6 +33,30 @@ struct Rotation {
   int64_t plane_size() const { return int64_t{dst_width} * dst_height; }
 };
 
+template <int step>
+void CopyEvery(const uint8_t* src, int count, uint8_t* out) {
+  for (int64_t i = 0; i < count; ++i) out[i] = src[i * step];
+}
+
+// out[i] = src[i * step]
+void CopyStrided(const uint8_t* src, int64_t step, int count, uint8_t* out) {
+  // With the step known the compiler makes vectors of the loop.
+  if (step == 1) return CopyEvery<1>(src, count, out);
+  if (step == 2) return CopyEvery<2>(src, count, out);
+  if (step == 4) return CopyEvery<4>(src, count, out);
+  for (int64_t i = 0; i < count; ++i) out[i] = src[i * step];
+}
+
+// The same with i * step limited to `last`, from first * step on.
+void CopyStridedLimited(const uint8_t* src, int64_t step, int64_t first, int64_t last, int count,
+                        uint8_t* out) {
+  const int64_t begin = first * step;
+  const int64_t inside = begin > last ? 0 : step == 0 ? count : (last - begin) / step + 1;
+  const int copied = static_cast<int>(std::min<int64_t>(inside, count));
+  if (copied > 0) CopyStrided(src + begin, step, copied, out);
+  if (copied < count) std::fill_n(out + copied, count - copied, src[last]);
+}
+
 // Turns a plane whose column x comes from sample_row(x, first, count, out), which writes the
 // samples of source columns first to first + count - 1 after scaling.
 template <typename SampleRow>
@@ -62,8 +85,7 @@ void RotateLumaByStep(const Rotation& r, uint8_t* dst) {
   }
   RotateSampled(r, turned, dst, [&](int x, int first, int count, uint8_t* out) {
     const uint8_t* const row = r.src + std::min<int64_t>(x * step, r.src_height - 1) * r.src_stride;
-    // Column (dst_height-1) * step lies in the row.
-    for (int i = 0; i < count; ++i) out[i] = row[(first + i) * step];
+    CopyStridedLimited(row, step, first, r.src_width - 1, count, out);
   });
 }
 
@@ -74,14 +96,13 @@ void RotateChromaByAddress(const Rotation& r, uint8_t* dst) {
   const int64_t last_pair =
       (int64_t{r.src_height / 2} - 1) * r.src_stride + (r.src_width / 2 - 1) * 2;
   for (int channel = 0; channel < 2; ++channel) {
-    RotateSampled(r, 0, dst + channel * r.plane_size(),
-                  [&](int x, int first, int count, uint8_t* out) {
-                    const int64_t row = step / 2 * r.src_stride * x;
-                    for (int i = 0; i < count; ++i) {
-                      const int64_t address = row + (first + i) * step;
-                      out[i] = r.chroma()[std::min(address, last_pair) + channel];
-                    }
-                  });
+    const uint8_t* const plane = r.chroma() + channel;
+    RotateSampled(
+        r, 0, dst + channel * r.plane_size(), [&](int x, int first, int count, uint8_t* out) {
+          const int64_t row =
+              std::min(std::min<int64_t>(step / 2 * x, r.src_height) * r.src_stride, last_pair);
+          CopyStridedLimited(plane + row, step, first, last_pair - row, count, out);
+        });
   }
 }
 
@@ -89,16 +110,14 @@ void RotateChromaByAddress(const Rotation& r, uint8_t* dst) {
 void RotateChromaByPairs(const Rotation& r, uint8_t* dst) {
   if (!r.has_chroma()) return;
   const int64_t step = r.step() / 2;
+  const int64_t last_pair = (r.src_width / 2 - 1) * 2;
   for (int channel = 0; channel < 2; ++channel) {
-    RotateSampled(r, 0, dst + channel * r.plane_size(),
-                  [&](int x, int first, int count, uint8_t* out) {
-                    const uint8_t* const row =
-                        r.chroma() +
-                        std::min<int64_t>(x * step, r.src_height / 2 - 1) * r.src_stride + channel;
-                    for (int i = 0; i < count; ++i) {
-                      out[i] = row[2 * std::min<int64_t>((first + i) * step, r.src_width / 2 - 1)];
-                    }
-                  });
+    const uint8_t* const plane = r.chroma() + channel;
+    RotateSampled(
+        r, 0, dst + channel * r.plane_size(), [&](int x, int first, int count, uint8_t* out) {
+          const int64_t row = std::min<int64_t>(x * step, r.src_height / 2 - 1);
+          CopyStridedLimited(plane + row * r.src_stride, 2 * step, first, last_pair, count, out);
+        });
   }
 }
 

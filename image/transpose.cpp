@@ -15,10 +15,24 @@ namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
-// Interleaving row i with row i + 8, four times over, turns 16 rows of 16 bytes into columns.
-void TurnBlock(const uint8_t* src, int64_t src_pitch, uint8_t* dst, int64_t dst_pitch) {
-  const hn::Full128<uint8_t> d;
-  using V = hn::Vec<decltype(d)>;
+// Blocks of 16x16 bytes, side by side in a vector. Wider vectors would only be split again.
+using D = hn::CappedTag<uint8_t, 32>;
+using V = hn::Vec<D>;
+
+HWY_INLINE void StoreBlocks(V v, uint8_t* dst, int64_t dst_pitch) {
+#if HWY_MAX_BYTES >= 32
+  const hn::Half<D> block;
+  hn::StoreU(hn::LowerHalf(block, v), block, dst);
+  hn::StoreU(hn::UpperHalf(block, v), block, dst - 16 * dst_pitch);
+#else
+  (void)dst_pitch;
+  hn::StoreU(v, D(), dst);
+#endif
+}
+
+// Interleaving row i with row i + 8, four times over, turns 16 rows into columns.
+HWY_INLINE void TurnBlocks(const uint8_t* src, int64_t src_pitch, uint8_t* dst, int64_t dst_pitch) {
+  const D d;
   V a[16], b[16];
   for (int i = 0; i < 16; ++i) a[i] = hn::LoadU(d, src + i * src_pitch);
   const auto interleave = [d](const V* HWY_RESTRICT from, V* HWY_RESTRICT to) HWY_ATTR {
@@ -31,21 +45,22 @@ void TurnBlock(const uint8_t* src, int64_t src_pitch, uint8_t* dst, int64_t dst_
   interleave(b, a);
   interleave(a, b);
   interleave(b, a);
-  for (int i = 0; i < 16; ++i) hn::StoreU(a[i], d, dst - i * dst_pitch);
+  for (int i = 0; i < 16; ++i) StoreBlocks(a[i], dst - i * dst_pitch, dst_pitch);
 }
 #endif
 
-// A block small enough for its lines to stay in the cache until they are complete.
+// A tile small enough for its lines to stay in the cache until they are complete.
 void TurnTile(const uint8_t* src, int64_t src_pitch, int rows, int columns, uint8_t* dst,
               int64_t dst_pitch) {
   int whole_rows = 0;
   int whole_columns = 0;
 #if HWY_TARGET != HWY_SCALAR
-  whole_rows = rows & ~15;
-  whole_columns = columns & ~15;
-  for (int k = 0; k < whole_columns; k += 16) {
+  const int wide = static_cast<int>(hn::Lanes(D()));
+  whole_rows = rows - rows % 16;
+  whole_columns = columns - columns % wide;
+  for (int k = 0; k < whole_columns; k += wide) {
     for (int x = 0; x < whole_rows; x += 16) {
-      TurnBlock(src + x * src_pitch + k, src_pitch, dst - k * dst_pitch + x, dst_pitch);
+      TurnBlocks(src + x * src_pitch + k, src_pitch, dst - k * dst_pitch + x, dst_pitch);
     }
   }
 #endif
