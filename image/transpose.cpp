@@ -15,26 +15,27 @@ namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
-// Blocks of 16x16 bytes, side by side in a vector. Wider vectors would only be split again.
+// A block is as many rows as a vector has bytes and 16 columns wide: wide enough for whole-vector
+// stores, with 16-byte loads.
 using D = hn::CappedTag<uint8_t, 32>;
 using V = hn::Vec<D>;
 
-HWY_INLINE void StoreBlocks(V v, uint8_t* dst, int64_t dst_pitch) {
+// Row `src`, and beside it the row 16 further where vectors are that long.
+HWY_INLINE V LoadRows(const uint8_t* src, int64_t src_pitch) {
 #if HWY_MAX_BYTES >= 32
-  const hn::Half<D> block;
-  hn::StoreU(hn::LowerHalf(block, v), block, dst);
-  hn::StoreU(hn::UpperHalf(block, v), block, dst - 16 * dst_pitch);
+  const hn::Half<D> half;
+  return hn::Combine(D(), hn::LoadU(half, src + 16 * src_pitch), hn::LoadU(half, src));
 #else
-  (void)dst_pitch;
-  hn::StoreU(v, D(), dst);
+  (void)src_pitch;
+  return hn::LoadU(D(), src);
 #endif
 }
 
 // Interleaving row i with row i + 8, four times over, turns 16 rows into columns.
-HWY_INLINE void TurnBlocks(const uint8_t* src, int64_t src_pitch, uint8_t* dst, int64_t dst_pitch) {
+HWY_INLINE void TurnBlock(const uint8_t* src, int64_t src_pitch, uint8_t* dst, int64_t dst_pitch) {
   const D d;
   V a[16], b[16];
-  for (int i = 0; i < 16; ++i) a[i] = hn::LoadU(d, src + i * src_pitch);
+  for (int i = 0; i < 16; ++i) a[i] = LoadRows(src + i * src_pitch, src_pitch);
   const auto interleave = [d](const V* HWY_RESTRICT from, V* HWY_RESTRICT to) HWY_ATTR {
     for (int i = 0; i < 8; ++i) {
       to[2 * i] = hn::InterleaveLower(d, from[i], from[i + 8]);
@@ -45,29 +46,31 @@ HWY_INLINE void TurnBlocks(const uint8_t* src, int64_t src_pitch, uint8_t* dst, 
   interleave(b, a);
   interleave(a, b);
   interleave(b, a);
-  for (int i = 0; i < 16; ++i) StoreBlocks(a[i], dst - i * dst_pitch, dst_pitch);
+  for (int i = 0; i < 16; ++i) hn::StoreU(a[i], d, dst - i * dst_pitch);
 }
 #endif
 
-// A tile small enough for its lines to stay in the cache until they are complete.
+// A tile small enough for its lines to stay in the cache until they are complete. Its last blocks
+// overlap those before.
 void TurnTile(const uint8_t* src, int64_t src_pitch, int rows, int columns, uint8_t* dst,
               int64_t dst_pitch) {
-  int whole_rows = 0;
-  int whole_columns = 0;
 #if HWY_TARGET != HWY_SCALAR
-  const int wide = static_cast<int>(hn::Lanes(D()));
-  whole_rows = rows - rows % 16;
-  whole_columns = columns - columns % wide;
-  for (int k = 0; k < whole_columns; k += wide) {
-    for (int x = 0; x < whole_rows; x += 16) {
-      TurnBlocks(src + x * src_pitch + k, src_pitch, dst - k * dst_pitch + x, dst_pitch);
+  constexpr int kWide = 16;
+  const int tall = static_cast<int>(hn::Lanes(D()));
+  if (rows >= tall && columns >= kWide) {
+    for (int k = 0; k < columns; k += kWide) {
+      const int column = std::min(k, columns - kWide);
+      for (int x = 0; x < rows; x += tall) {
+        const int row = std::min(x, rows - tall);
+        TurnBlock(src + row * src_pitch + column, src_pitch, dst - column * dst_pitch + row,
+                  dst_pitch);
+      }
     }
+    return;
   }
 #endif
   for (int k = 0; k < columns; ++k) {
-    for (int x = k < whole_columns ? whole_rows : 0; x < rows; ++x) {
-      dst[x - k * dst_pitch] = src[x * src_pitch + k];
-    }
+    for (int x = 0; x < rows; ++x) dst[x - k * dst_pitch] = src[x * src_pitch + k];
   }
 }
 
