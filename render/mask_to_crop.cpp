@@ -1,6 +1,8 @@
 #include "render/mask_to_crop.h"
 
-#include "support/scratch.h"
+#include <algorithm>
+
+#include "render/upscale_rows.h"
 #include "support/timing_line.h"
 #include "vantro/bounded.h"
 #include "vantro/image.h"
@@ -9,53 +11,67 @@
 namespace vantro {
 namespace {
 
-void ResizeMask(const uint8_t* mask, MaskSize mask_size, uint8_t* out, MaskSize out_size,
-                const char* label, bool timed) {
-  const Moment start = Now();
-  // The resize leaves its destination alone when it has no memory for its tables; the mask is then
-  // empty instead of undefined.
-  const size_t bytes = static_cast<size_t>(out_size.width) * static_cast<size_t>(out_size.height);
-  memset_s(out, bytes, 0, bytes);
-  ResizeUchar(mask, out, mask_size.width, mask_size.height, out_size.width, out_size.height);
-  if (timed) WriteTimingLine(label, start);
-}
+// About as much of the crop-size mask as stays in the second-level cache with the frame's rows.
+constexpr int32_t kBandBytes = 128 * 1024;
 
 bool FitsFactor(MaskSize mask, MaskSize crop, int32_t factor) {
   return mask.width < crop.width / factor && mask.height < crop.height / factor &&
          crop.width % factor == 0 && crop.height % factor == 0;
 }
 
+int32_t ChooseFactor(MaskSize mask, MaskSize crop) {
+  if (FitsFactor(mask, crop, 4)) return 4;
+  return FitsFactor(mask, crop, 2) ? 2 : 1;
+}
+
 }  // namespace
 
-bool StretchMask(const uint8_t* mask, MaskSize mask_size, uint8_t* crop, MaskSize crop_size,
-                 MemPool* pool, bool timed) {
-  const int32_t factor = FitsFactor(mask_size, crop_size, 4)   ? 4
-                         : FitsFactor(mask_size, crop_size, 2) ? 2
-                                                               : 1;
-  if (factor == 1) {
-    ResizeMask(mask, mask_size, crop, crop_size, "up_scale_context_1", timed);
-    return true;
-  }
+MaskStretcher::MaskStretcher(const uint8_t* mask, MaskSize mask_size, uint8_t* crop,
+                             MaskSize crop_size, MemPool* pool)
+    : mask_(mask),
+      mask_size_(mask_size),
+      crop_(crop),
+      crop_size_(crop_size),
+      factor_(ChooseFactor(mask_size, crop_size)) {
+  if (factor_ == 1) return;
+  const MaskSize size = reduced_size();
+  reduced_ = AllocFromPool<uint8_t>(
+      pool, static_cast<uint64_t>(size.width) * static_cast<uint64_t>(size.height),
+      factor_ == 4 ? "crop_mask_d4x4" : "crop_mask_d2x2");
+}
 
-  const MaskSize reduced{crop_size.width / factor, crop_size.height / factor};
-  const PoolBlock<uint8_t> block = AllocFromPool<uint8_t>(
-      pool, static_cast<uint64_t>(reduced.width) * static_cast<uint64_t>(reduced.height),
-      factor == 4 ? "crop_mask_d4x4" : "crop_mask_d2x2");
-  if (block == nullptr) return false;
-  uint8_t* reduced_mask = block.get();
-
-  ResizeMask(mask, mask_size, reduced_mask, reduced,
-             factor == 4 ? "up_scale_context_1_4x4" : "up_scale_context_1_2x2", timed);
+void MaskStretcher::Resize(bool timed) {
+  static constexpr const char* kLabels[] = {"up_scale_context_1", "up_scale_context_1_2x2",
+                                            "up_scale_context_1_4x4"};
+  const MaskSize size = reduced_size();
+  uint8_t* out = factor_ == 1 ? crop_ : reduced_.get();
   const Moment start = Now();
-  if (factor == 4) {
-    upScale4x4(crop, reduced_mask, reduced.width, reduced.height, crop_size.width, reduced.width);
-    if (timed) WriteTimingLine("up_scale_context_2_4x4", start);
-  } else {
-    upScale2x2(crop, reduced_mask, crop_size.width, crop_size.height, crop_size.width,
-               reduced.width, reduced.height, reduced.width, 0, crop_size.height);
-    if (timed) WriteTimingLine("up_scale_context_2_2x2", start);
+  // The resize leaves its destination alone when it has no memory for its tables; the mask is then
+  // empty instead of undefined.
+  const size_t bytes = static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
+  memset_s(out, bytes, 0, bytes);
+  ResizeUchar(mask_, out, mask_size_.width, mask_size_.height, size.width, size.height);
+  if (timed) WriteTimingLine(kLabels[factor_ / 2], start);
+}
+
+void MaskStretcher::WriteAll(bool timed) {
+  if (factor_ == 1) return;
+  const Moment start = Now();
+  for (int32_t row = 0; row < crop_size_.height;) row = WriteBand(row);
+  if (timed) {
+    WriteTimingLine(factor_ == 4 ? "up_scale_context_2_4x4" : "up_scale_context_2_2x2", start);
   }
-  return true;
+}
+
+int32_t MaskStretcher::WriteBand(int32_t begin) {
+  const int32_t rows = std::max(kBandBytes / crop_size_.width, 1);
+  const int32_t end = begin + std::min(rows, crop_size_.height - begin);
+  const MaskSize size = reduced_size();
+  const Enlargement plane{reduced_.get(),   size.width, crop_,
+                          crop_size_.width, size.width, size.height};
+  if (factor_ == 4) QuadRows(plane, begin, end);
+  if (factor_ == 2) DoubleRows(plane, begin, end, Rounding::kTruncate);
+  return end;
 }
 
 }  // namespace vantro

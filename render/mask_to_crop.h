@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "support/scratch.h"
 #include "vantro/vantro.h"
 
 namespace vantro {
@@ -13,12 +14,41 @@ struct MaskSize {
   int32_t height;
 };
 
-// Stretches `mask` over `crop`, which has crop_size.width * crop_size.height bytes. A box more than
-// four (two) times as large in both directions is filled by the fixed 4x (2x) filter from a mask
-// resized to a quarter (half) of it, in scratch memory of `pool`; any other in one resize. Writes a
-// timing line a step when `timed`. Returns false when the pool has no memory.
-bool StretchMask(const uint8_t* mask, MaskSize mask_size, uint8_t* crop, MaskSize crop_size,
-                 MemPool* pool, bool timed);
+// Stretches a mask over the crop box. A box more than four (two) times as large in both directions
+// is filled by the fixed 4x (2x) filter from a mask resized to a quarter (half) of it, which lives
+// in the pool as long as this object; any other box in one resize.
+class MaskStretcher {
+ public:
+  // `crop` has crop_size.width * crop_size.height bytes. Takes the reduced mask from the pool.
+  MaskStretcher(const uint8_t* mask, MaskSize mask_size, uint8_t* crop, MaskSize crop_size,
+                MemPool* pool);
+
+  // False when the pool had no memory; nothing else may be called then.
+  bool ready() const { return factor_ == 1 || reduced_ != nullptr; }
+
+  // The resize; for a box without a fixed filter it writes the whole crop-size mask. Writes its
+  // timing line when `timed`.
+  void Resize(bool timed);
+
+  // Writes the rest of the crop-size mask, with the filter's timing line when `timed`.
+  void WriteAll(bool timed);
+
+  // Writes crop rows from `begin` on, some that fit the cache; begin with 0 and go on with the
+  // result, the row behind the last one written, up to the crop height.
+  int32_t WriteBand(int32_t begin);
+
+ private:
+  MaskSize reduced_size() const {
+    return {crop_size_.width / factor_, crop_size_.height / factor_};
+  }
+
+  const uint8_t* mask_;
+  MaskSize mask_size_;
+  uint8_t* crop_;
+  MaskSize crop_size_;
+  int32_t factor_;
+  PoolBlock<uint8_t> reduced_;
+};
 
 }  // namespace vantro
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "render/mask_to_crop.h"
 #include "render/object_dump.h"
 #include "support/log.h"
@@ -7,8 +9,6 @@
 #include "vantro/render.h"
 
 namespace {
-
-using vantro::MaskSize;
 
 bool IsAccepted(const void* cxt, const Vantro_t& frame) {
   const CROP_BOX& box = frame.crop_param;
@@ -35,24 +35,56 @@ void LogSizes(const AlgoCxt& algo, bool is_photo, const CROP_BOX& box) {
   }
 }
 
-// Everything that happens while the context holds the crop-size mask.
-int RenderWithMask(AlgoCxt& algo, const Vantro_t& frame) {
+// Blends the rows of the frame's rectangle from row_begin to row_end - 1.
+void BlendRows(AlgoCxt& algo, const Vantro_t& frame, int64_t row_begin, int64_t row_end) {
+  const int64_t rect_end = int64_t{frame.rect.y} + frame.rect.height;
+  const int64_t begin = std::max<int64_t>(row_begin, frame.rect.y);
+  const int64_t end = std::min(row_end, rect_end);
+  if (begin >= end) return;
+  Rect_t rows = frame.rect;
+  rows.y = static_cast<int32_t>(begin);
+  rows.height = static_cast<int32_t>(end - begin);
+  Grayeffect_Alpha_YUV(&algo, frame.yuv, frame.stride, algo.maskup, frame.height, frame.width,
+                       frame.crop_param, rows, frame.yuv_format);
+}
+
+// Each step on the whole frame, with its messages, timing lines and dumps.
+int RenderInSteps(AlgoCxt& algo, const Vantro_t& frame, vantro::MaskStretcher& stretcher) {
   const bool timed = algo.print_log != 0;
-  if (!vantro::StretchMask(frame.mask, MaskSize{frame.maskw, frame.maskh}, algo.maskup,
-                           MaskSize{algo.maskupwidth, algo.maskupheight}, algo.pool, timed)) {
-    return VANTRO_ERR_FAILED;
-  }
+  stretcher.WriteAll(timed);
   if (algo.dump_img != 0 &&
       !vantro::DumpBeforeBlend(frame, algo.maskup, algo.maskupwidth, algo.maskupheight)) {
     return VANTRO_ERR_FAILED;
   }
   if (timed) VANTRO_LOGI(vantro::kTagVideo, "ROI__\n");
-
   const vantro::Moment start = vantro::Now();
-  Grayeffect_Alpha_YUV(&algo, frame.yuv, frame.stride, algo.maskup, frame.height, frame.width,
-                       frame.crop_param, frame.rect, frame.yuv_format);
+  BlendRows(algo, frame, 0, frame.height);
   if (timed) vantro::WriteTimingLine("Grayeffect_Alpha_YUV_", start);
   if (algo.dump_img != 0) vantro::DumpAfterBlend(frame);
+  return VANTRO_OK;
+}
+
+// The same without anybody watching: enlargement and blend go band by band, so that the blend finds
+// the mask's rows in the cache.
+void RenderInBands(AlgoCxt& algo, const Vantro_t& frame, vantro::MaskStretcher& stretcher) {
+  const int32_t top = frame.crop_param.crop_top;
+  BlendRows(algo, frame, 0, top);
+  for (int32_t row = 0; row < algo.maskupheight;) {
+    const int32_t end = stretcher.WriteBand(row);
+    BlendRows(algo, frame, top + row, top + end);
+    row = end;
+  }
+  BlendRows(algo, frame, top + algo.maskupheight, frame.height);
+}
+
+// Everything that happens while the context holds the crop-size mask.
+int RenderWithMask(AlgoCxt& algo, const Vantro_t& frame) {
+  vantro::MaskStretcher stretcher(frame.mask, {frame.maskw, frame.maskh}, algo.maskup,
+                                  {algo.maskupwidth, algo.maskupheight}, algo.pool);
+  if (!stretcher.ready()) return VANTRO_ERR_FAILED;
+  stretcher.Resize(algo.print_log != 0);
+  if (algo.print_log != 0 || algo.dump_img != 0) return RenderInSteps(algo, frame, stretcher);
+  RenderInBands(algo, frame, stretcher);
   return VANTRO_OK;
 }
 

@@ -14,7 +14,6 @@ void upScale2x2(unsigned char* dst, const unsigned char* src, int dstWidth, int 
   }
   // At the exact factor 2 all weights are quarters, whose products and sums are exact in single
   // precision, so the integer rows equal the floating-point ones at the border too.
-  const vantro::Enlargement plane{src, srcStride, dst, dstStride, srcWidth, srcHeight};
-  vantro::DoubleRows(plane, std::max(rowBegin, 0), std::min(rowEnd, dstHeight),
-                     vantro::Rounding::kTruncate);
+  vantro::DoubleRows({src, srcStride, dst, dstStride, srcWidth, srcHeight}, std::max(rowBegin, 0),
+                     std::min(rowEnd, dstHeight), vantro::Rounding::kTruncate);
 }

@@ -1,5 +1,6 @@
 #include "render/upscale_kernels.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -15,100 +16,114 @@ namespace HWY_NAMESPACE {
 namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
-// Every sum below fits into 16 bits.
+// A row is treated in strips of source columns: first the two source rows are weighed against each
+// other, then the result is spread horizontally. Every sum fits into 16 bits.
+constexpr size_t kStripColumns = 1024;
 
-// Runs block(p) for blocks of `lanes` source columns that cover the columns 1 to width - 2, so that
-// a block finds a column on each side of it. A block of p writes from dst + bytes * p on, where
-// `bytes` is the number of samples a source column becomes. Blocks overlap at both ends, so that
-// those between write whole cache lines. Returns false when the row is too short for one block.
+struct Strip {
+  // The columns begin to begin + count - 1 of a row of `width`.
+  size_t begin;
+  size_t count;
+  size_t width;
+  // Their weighed samples between those of their neighbours; the row's ends are repeated.
+  uint16_t sums[kStripColumns + 2];
+
+  void Weigh(const uint8_t* first, uint16_t first_weight, const uint8_t* second,
+             uint16_t second_weight) {
+    const auto sum = [=](size_t x) {
+      return static_cast<uint16_t>(first[x] * first_weight + second[x] * second_weight);
+    };
+    size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const hn::ScalableTag<uint16_t> dw;
+    const hn::Rebind<uint8_t, decltype(dw)> dh;
+    const auto first_weights = hn::Set(dw, first_weight);
+    const auto second_weights = hn::Set(dw, second_weight);
+    for (; i + hn::Lanes(dw) <= count; i += hn::Lanes(dw)) {
+      const auto a = hn::PromoteTo(dw, hn::LoadU(dh, first + begin + i));
+      const auto b = hn::PromoteTo(dw, hn::LoadU(dh, second + begin + i));
+      hn::StoreU(a * first_weights + b * second_weights, dw, sums + 1 + i);
+    }
+#endif
+    for (; i < count; ++i) sums[1 + i] = sum(begin + i);
+    sums[0] = sum(begin == 0 ? 0 : begin - 1);
+    sums[count + 1] = sum(begin + count == width ? width - 1 : begin + count);
+  }
+};
+
+// Runs treat(strip) for the strips of a row.
+template <class Treat>
+HWY_INLINE void ForEachStrip(int32_t width, Treat treat) {
+  Strip strip;
+  strip.width = static_cast<size_t>(width);
+  for (strip.begin = 0; strip.begin < strip.width; strip.begin += kStripColumns) {
+    strip.count = std::min(kStripColumns, strip.width - strip.begin);
+    treat(strip);
+  }
+}
+
+// Runs block(i) for blocks of `lanes` columns that cover columns 0 to count - 1, each of which
+// becomes `bytes` samples from dst on. The first and the last overlap their neighbours, so that
+// those between write whole cache lines. False when there are too few columns for a block.
 template <class Block>
-HWY_INLINE bool ForEachBlock(const uint8_t* dst, size_t width, size_t lanes, size_t bytes,
+HWY_INLINE bool ForEachBlock(const uint8_t* dst, size_t count, size_t lanes, size_t bytes,
                              Block block) {
-  if (width < lanes + 2) return false;
-  const size_t last = width - 1 - lanes;
-  block(size_t{1});
+  if (count < lanes) return false;
   const size_t line = lanes * bytes;
-  const size_t misaligned = reinterpret_cast<uintptr_t>(dst) % line;
-  size_t p = (line - misaligned) / bytes;
-  if (p < 2) p += lanes;
-  if (p > lanes + 1) p = lanes + 1;
-  for (; p < last; p += lanes) block(p);
+  const size_t last = count - lanes;
+  block(size_t{0});
+  for (size_t i = (line - reinterpret_cast<uintptr_t>(dst) % line) / bytes; i < last; i += lanes) {
+    block(i);
+  }
   block(last);
   return true;
 }
 
-int32_t NearFar(const uint8_t* near, const uint8_t* far, size_t i) { return 3 * near[i] + far[i]; }
+void DoubleStrip(uint8_t* dst, const Strip& strip, uint16_t round) {
+  // A column lies at sums[i + 1].
+  const uint16_t* sums = strip.sums;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<uint16_t> dw;
+  const hn::Repartition<uint8_t, decltype(dw)> d;
+  const auto bias = hn::Set(dw, round);
+  if (ForEachBlock(dst, strip.count, hn::Lanes(dw), 2, [&](size_t i) HWY_ATTR {
+        const auto column = hn::LoadU(dw, sums + i + 1);
+        const auto centre = column + column + column + bias;
+        const auto even = hn::ShiftRight<4>(centre + hn::LoadU(dw, sums + i));
+        const auto odd = hn::ShiftRight<4>(centre + hn::LoadU(dw, sums + i + 2));
+        hn::StoreU(hn::BitCast(d, even | hn::ShiftLeft<8>(odd)), d, dst + 2 * i);
+      })) {
+    return;
+  }
+#endif
+  for (size_t i = 0; i < strip.count; ++i) {
+    const int32_t centre = 3 * sums[i + 1] + round;
+    dst[2 * i] = static_cast<uint8_t>((centre + sums[i]) >> 4);
+    dst[2 * i + 1] = static_cast<uint8_t>((centre + sums[i + 2]) >> 4);
+  }
+}
 
 void DoubleRow(uint8_t* dst, const uint8_t* near, const uint8_t* far, int32_t width,
                Rounding rounding) {
-  const auto n = static_cast<size_t>(width);
-  const int32_t round = rounding == Rounding::kHalfUp ? 8 : 0;
-  // The two samples round source column `at`, which has the neighbours `left` and `right`.
-  const auto write = [&](size_t left, size_t at, size_t right) {
-    const int32_t centre = 3 * NearFar(near, far, at) + round;
-    dst[2 * at] = static_cast<uint8_t>((centre + NearFar(near, far, left)) >> 4);
-    dst[2 * at + 1] = static_cast<uint8_t>((centre + NearFar(near, far, right)) >> 4);
-  };
-#if HWY_TARGET != HWY_SCALAR
-  const hn::ScalableTag<uint16_t> dw;
-  const hn::Rebind<uint8_t, decltype(dw)> dh;
-  const hn::Repartition<uint8_t, decltype(dw)> d;
-  const auto three = hn::Set(dw, 3);
-  const auto bias = hn::Set(dw, static_cast<uint16_t>(round));
-  const auto vertical = [&](size_t i) HWY_ATTR {
-    return hn::PromoteTo(dw, hn::LoadU(dh, near + i)) * three +
-           hn::PromoteTo(dw, hn::LoadU(dh, far + i));
-  };
-  const bool in_blocks = ForEachBlock(dst, n, hn::Lanes(dw), 2, [&](size_t j) HWY_ATTR {
-    const auto centre = vertical(j) * three + bias;
-    const auto even = hn::ShiftRight<4>(centre + vertical(j - 1));
-    const auto odd = hn::ShiftRight<4>(centre + vertical(j + 1));
-    hn::StoreU(hn::BitCast(d, even | hn::ShiftLeft<8>(odd)), d, dst + 2 * j);
+  ForEachStrip(width, [&](Strip& strip) HWY_ATTR {
+    strip.Weigh(near, 3, far, 1);
+    DoubleStrip(dst + 2 * strip.begin, strip, rounding == Rounding::kHalfUp ? 8 : 0);
   });
-#else
-  const bool in_blocks = false;
-#endif
-  for (size_t j = 1; !in_blocks && j + 1 < n; ++j) write(j - 1, j, j + 1);
-  write(0, 0, n > 1 ? 1 : 0);
-  if (n > 1) write(n - 2, n - 1, n - 1);
 }
 
-void QuadRow(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int32_t width,
-             RowWeights weights) {
-  const auto n = static_cast<size_t>(width);
-  const auto vertical_at = [&](size_t i) {
-    return weights.upper * upper[i] + weights.lower * lower[i];
-  };
-  // The four samples round source column `at`, which has the neighbours `left` and `right`.
-  const auto write = [&](size_t left, size_t at, size_t right) {
-    const int32_t centre = vertical_at(at);
-    const int32_t before = vertical_at(left);
-    const int32_t behind = vertical_at(right);
-    dst[4 * at] = static_cast<uint8_t>((3 * before + 5 * centre + 32) >> 6);
-    dst[4 * at + 1] = static_cast<uint8_t>((before + 7 * centre + 32) >> 6);
-    dst[4 * at + 2] = static_cast<uint8_t>((7 * centre + behind + 32) >> 6);
-    dst[4 * at + 3] = static_cast<uint8_t>((5 * centre + 3 * behind + 32) >> 6);
-  };
+// `fits` says that no sample passes a byte, so that they can be put together without a mask.
+void QuadStrip(uint8_t* dst, const Strip& strip, bool fits) {
+  const uint16_t* sums = strip.sums;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint16_t> dw;
-  const hn::Rebind<uint8_t, decltype(dw)> dh;
-  const auto upper_weight = hn::Set(dw, static_cast<uint16_t>(weights.upper));
-  const auto lower_weight = hn::Set(dw, static_cast<uint16_t>(weights.lower));
   const auto bias = hn::Set(dw, 32);
-  const auto vertical = [&](size_t i) HWY_ATTR {
-    return hn::PromoteTo(dw, hn::LoadU(dh, upper + i)) * upper_weight +
-           hn::PromoteTo(dw, hn::LoadU(dh, lower + i)) * lower_weight;
-  };
-  // The samples are put together without a mask, so they have to fit a byte.
-  const bool fits = weights.upper + weights.lower <= 8;
-  const bool in_blocks =
-      fits && ForEachBlock(dst, n, hn::Lanes(dw), 4, [&](size_t p) HWY_ATTR {
-        const auto centre = vertical(p);
-        // From the column to its neighbours the weights move by eighths; a difference may be
+  if (fits && ForEachBlock(dst, strip.count, hn::Lanes(dw), 4, [&](size_t i) HWY_ATTR {
+        // From a column to its neighbours the weights move by eighths; a difference may be
         // negative, and wraps back in the sums.
-        const auto to_left = vertical(p - 1) - centre;
-        const auto to_right = vertical(p + 1) - centre;
-        const auto base = hn::ShiftLeft<3>(centre) + bias;
+        const auto column = hn::LoadU(dw, sums + i + 1);
+        const auto to_left = hn::LoadU(dw, sums + i) - column;
+        const auto to_right = hn::LoadU(dw, sums + i + 2) - column;
+        const auto base = hn::ShiftLeft<3>(column) + bias;
         const auto second = base + to_left;
         const auto first = second + to_left + to_left;
         const auto third = base + to_right;
@@ -116,16 +131,34 @@ void QuadRow(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int32_t w
         hn::StoreInterleaved2(
             hn::ShiftRight<6>(first) | hn::ShiftLeft<8>(hn::ShiftRight<6>(second)),
             hn::ShiftRight<6>(third) | hn::ShiftLeft<8>(hn::ShiftRight<6>(fourth)), dw,
-            reinterpret_cast<uint16_t*>(dst + 4 * p));
-      });
+            reinterpret_cast<uint16_t*>(dst + 4 * i));
+      })) {
+    return;
+  }
 #else
-  const bool in_blocks = false;
+  (void)fits;
 #endif
-  for (size_t p = 1; !in_blocks && p + 1 < n; ++p) write(p - 1, p, p + 1);
-  write(0, 0, n > 1 ? 1 : 0);
-  if (n > 1) write(n - 2, n - 1, n - 1);
+  for (size_t i = 0; i < strip.count; ++i) {
+    const int32_t left = sums[i];
+    const int32_t column = sums[i + 1];
+    const int32_t right = sums[i + 2];
+    dst[4 * i] = static_cast<uint8_t>((3 * left + 5 * column + 32) >> 6);
+    dst[4 * i + 1] = static_cast<uint8_t>((left + 7 * column + 32) >> 6);
+    dst[4 * i + 2] = static_cast<uint8_t>((7 * column + right + 32) >> 6);
+    dst[4 * i + 3] = static_cast<uint8_t>((5 * column + 3 * right + 32) >> 6);
+  }
+}
+
+void QuadRow(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int32_t width,
+             RowWeights weights) {
+  ForEachStrip(width, [&](Strip& strip) HWY_ATTR {
+    strip.Weigh(upper, static_cast<uint16_t>(weights.upper), lower,
+                static_cast<uint16_t>(weights.lower));
+    QuadStrip(dst + 4 * strip.begin, strip, weights.upper + weights.lower <= 8);
+  });
+  uint8_t* end = dst + 4 * static_cast<size_t>(width);
   dst[0] = dst[1] = dst[2];
-  dst[4 * n - 2] = dst[4 * n - 1] = dst[4 * n - 3];
+  end[-2] = end[-1] = end[-3];
 }
 
 }  // namespace

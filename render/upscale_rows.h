@@ -24,8 +24,8 @@ struct Enlargement {
 // The rows row_begin to row_end - 1 of the doubled plane.
 void DoubleRows(const Enlargement& plane, int64_t row_begin, int64_t row_end, Rounding rounding);
 
-// The quadrupled plane but for its two first and two last rows.
-void QuadInnerRows(const Enlargement& plane);
+// The rows row_begin to row_end - 1 of the quadrupled plane.
+void QuadRows(const Enlargement& plane, int64_t row_begin, int64_t row_end);
 
 }  // namespace vantro
 
