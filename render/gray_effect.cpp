@@ -12,24 +12,10 @@ namespace {
 using vantro::ContrastCurve;
 using vantro::FrameRegion;
 
-// Rows that follow each other without a gap are treated as one.
-template <typename Operation>
-void ForEachRow(uint8_t* plane, int64_t stride, const FrameRegion& region, Operation operation) {
-  const int64_t columns = region.x_end - region.x_begin;
-  if (columns == stride) {
-    operation(plane + region.y_begin * stride,
-              static_cast<size_t>((region.y_end - region.y_begin) * stride));
-    return;
-  }
-  for (int64_t y = region.y_begin; y < region.y_end; ++y) {
-    operation(plane + y * stride + region.x_begin, static_cast<size_t>(columns));
-  }
-}
-
 void GraySemiPlanar(const ContrastCurve& curve, uint8_t* image, const Vantro_t& frame,
                     const FrameRegion& region) {
-  ForEachRow(image, frame.stride, region,
-             [&](uint8_t* luma, size_t count) { vantro::ApplyCurve(curve, luma, count); });
+  vantro::ForEachRow(image, frame.stride, region,
+                     [&](uint8_t* luma, size_t count) { vantro::ApplyCurve(curve, luma, count); });
   // An odd height has no chroma row for its last luma row.
   const FrameRegion chroma_region{region.x_begin, region.x_end, region.y_begin / 2,
                                   std::min<int64_t>((region.y_end + 1) / 2, frame.height / 2)};

@@ -92,14 +92,12 @@ class ChromaRow {
 
 void BlendSemiPlanar(const ContrastCurve& curve, uint8_t* image, int64_t stride, int64_t height,
                      const FrameRegion& region, const PlacedMask& mask) {
-  const size_t columns = static_cast<size_t>(region.x_end - region.x_begin);
+  vantro::ForEachRow(image, stride, region,
+                     [&](uint8_t* luma, size_t count) { vantro::ApplyCurve(curve, luma, count); });
   uint8_t* chroma_plane = image + height * stride;
   const int64_t chroma_rows = height / 2;
   for (int64_t y = region.y_begin; y < region.y_end;) {
     const int64_t lower = std::min(y | 1, region.y_end - 1);
-    for (int64_t row = y; row <= lower; ++row) {
-      vantro::ApplyCurve(curve, image + row * stride + region.x_begin, columns);
-    }
     const int64_t chroma_y = y / 2;
     if (chroma_y < chroma_rows) {
       ChromaRow(chroma_plane + chroma_y * stride, y, lower, region, mask)
