@@ -15,18 +15,29 @@ namespace HWY_NAMESPACE {
 namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
+#if HWY_TARGET != HWY_SCALAR
+// The changes of 64 pixels.
+HWY_INLINE uint64_t ChangesOfWord(const uint8_t* pixels) {
+  const hn::ScalableTag<uint8_t> d;
+  uint8_t bits[8];
+  for (size_t part = 0; part < 64; part += hn::Lanes(d)) {
+    const uint8_t* at = pixels + part;
+    hn::StoreMaskBits(d, hn::LoadU(d, at) != hn::LoadU(d, at - 1), bits + part / 8);
+  }
+  uint64_t word = 0;
+  std::memcpy(&word, bits, sizeof(word));
+  return word;
+}
+#endif
+
 void FindChanges(const uint8_t* pixels, size_t count, uint64_t* bits) {
   size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
-  const hn::ScalableTag<uint8_t> d;
-  const size_t lanes = hn::Lanes(d);
-  for (; i + 64 <= count; i += 64) {
-    uint8_t word[8];
-    for (size_t part = 0; part < 64; part += lanes) {
-      const uint8_t* at = pixels + i + part;
-      hn::StoreMaskBits(d, hn::LoadU(d, at) != hn::LoadU(d, at - 1), word + part / 8);
-    }
-    std::memcpy(&bits[i / 64], word, sizeof(word));
+  for (; i + 64 <= count; i += 64) bits[i / 64] = ChangesOfWord(pixels + i);
+  // The rest as the end of a word that overlaps the one before it.
+  if (i > 0 && i < count) {
+    bits[i / 64] = ChangesOfWord(pixels + count - 64) >> (64 - (count - i));
+    return;
   }
 #endif
   for (; i < count; i += 64) {
