@@ -5,6 +5,7 @@
 
 #include "render/bilinear_kernels.h"
 #include "render/sample_position.h"
+#include "render/upscale_rows.h"
 #include "vantro/render.h"
 
 namespace {
@@ -78,6 +79,15 @@ class ColumnStrip {
   int64_t lower_row_ = -1;
 };
 
+// True when both sizes grow exactly `factor` times, 2 or 4. All weights are then eighths or
+// quarters, whose products and sums are exact in single precision, so the integer filters give the
+// same values. Beyond a million samples positions are no longer exact.
+bool GrowsBy(int64_t factor, const vantro::Enlargement& plane, int dst_width, int dst_height) {
+  constexpr int kExactPositions = 1 << 20;
+  return dst_width == factor * plane.width && dst_height == factor * plane.height &&
+         dst_width <= kExactPositions && dst_height <= kExactPositions;
+}
+
 }  // namespace
 
 void bilinearGrayU8BorderLines(unsigned char* dst, const unsigned char* src, int dstWidth,
@@ -87,10 +97,19 @@ void bilinearGrayU8BorderLines(unsigned char* dst, const unsigned char* src, int
       srcHeight < 1) {
     return;
   }
-  const float ratio_x = vantro::SizeRatio(srcWidth, dstWidth);
-  const float ratio_y = vantro::SizeRatio(srcHeight, dstHeight);
   const int64_t begin = std::max(rowBegin, 0);
   const int64_t end = std::min(rowEnd, dstHeight);
+  const vantro::Enlargement plane{src, srcStride, dst, dstStride, srcWidth, srcHeight};
+  if (GrowsBy(2, plane, dstWidth, dstHeight)) {
+    vantro::DoubleRows(plane, begin, end, vantro::Rounding::kTruncate);
+    return;
+  }
+  if (GrowsBy(4, plane, dstWidth, dstHeight)) {
+    vantro::QuadRows(plane, begin, end, vantro::QuadFilter::kClampEdges);
+    return;
+  }
+  const float ratio_x = vantro::SizeRatio(srcWidth, dstWidth);
+  const float ratio_y = vantro::SizeRatio(srcHeight, dstHeight);
   for (int64_t x = 0; x < dstWidth && begin < end; x += kBilinearColumns) {
     const int64_t x_end = std::min<int64_t>(x + int64_t{kBilinearColumns}, dstWidth);
     ColumnStrip strip(src, srcStride, srcWidth, ratio_x, x, x_end);

@@ -69,7 +69,7 @@ int32_t MaskStretcher::WriteBand(int32_t begin) {
   const MaskSize size = reduced_size();
   const Enlargement plane{reduced_.get(),   size.width, crop_,
                           crop_size_.width, size.width, size.height};
-  if (factor_ == 4) QuadRows(plane, begin, end);
+  if (factor_ == 4) QuadRows(plane, begin, end, QuadFilter::kRepeatEdges);
   if (factor_ == 2) DoubleRows(plane, begin, end, Rounding::kTruncate);
   return end;
 }

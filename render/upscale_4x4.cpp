@@ -11,13 +11,13 @@ void upScale4x4BorderRows(unsigned char* upperDst, unsigned char* lowerDst, unsi
     return;
   }
   vantro::QuadRow(upperDst, upperSrc, lowerSrc, srcWidth,
-                  vantro::RowWeights{upperWeight, lowerWeight});
+                  vantro::RowWeights{upperWeight, lowerWeight}, vantro::QuadFilter::kRepeatEdges);
   std::memcpy(lowerDst, upperDst, 4 * static_cast<size_t>(srcWidth));
 }
 
 void upScale4x4(unsigned char* dst, unsigned char* src, int srcWidth, int srcHeight, int dstStride,
                 int srcStride) {
   if (dst == nullptr || src == nullptr || srcWidth < 1 || srcHeight < 1) return;
-  vantro::QuadRows({src, srcStride, dst, dstStride, srcWidth, srcHeight}, 0,
-                   4 * int64_t{srcHeight});
+  vantro::QuadRows({src, srcStride, dst, dstStride, srcWidth, srcHeight}, 0, 4 * int64_t{srcHeight},
+                   vantro::QuadFilter::kRepeatEdges);
 }

@@ -47,7 +47,7 @@ unsigned char* upscale_x16_blinear(unsigned char* src, unsigned char* dst, int s
   const int64_t rows = 4 * int64_t{srcHeight};
   const int64_t columns = 4 * int64_t{srcWidth};
   const Enlargement plane{src, srcStride, dst, dstStride, srcWidth, srcHeight};
-  vantro::QuadRows(plane, 2, rows - 2);
+  vantro::QuadRows(plane, 2, rows - 2, vantro::QuadFilter::kRepeatEdges);
 
   // Where the lines meet, the later one counts.
   FillAlignedLine(dst, dstStride, src, srcStride, srcHeight);

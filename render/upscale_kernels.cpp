@@ -112,11 +112,12 @@ void DoubleRow(uint8_t* dst, const uint8_t* near, const uint8_t* far, int32_t wi
 }
 
 // `fits` says that no sample passes a byte, so that they can be put together without a mask.
-void QuadStrip(uint8_t* dst, const Strip& strip, bool fits) {
+void QuadStrip(uint8_t* dst, const Strip& strip, uint16_t round, bool fits) {
   const uint16_t* sums = strip.sums;
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint16_t> dw;
-  const auto bias = hn::Set(dw, 32);
+  const auto bias = hn::Set(dw, round);
+  const auto high_byte = hn::Set(dw, 0xFF00);
   if (fits && ForEachBlock(dst, strip.count, hn::Lanes(dw), 4, [&](size_t i) HWY_ATTR {
         // From a column to its neighbours the weights move by eighths; a difference may be
         // negative, and wraps back in the sums.
@@ -129,8 +130,8 @@ void QuadStrip(uint8_t* dst, const Strip& strip, bool fits) {
         const auto third = base + to_right;
         const auto fourth = third + to_right + to_right;
         hn::StoreInterleaved2(
-            hn::ShiftRight<6>(first) | hn::ShiftLeft<8>(hn::ShiftRight<6>(second)),
-            hn::ShiftRight<6>(third) | hn::ShiftLeft<8>(hn::ShiftRight<6>(fourth)), dw,
+            hn::OrAnd(hn::ShiftRight<6>(first), hn::ShiftLeft<2>(second), high_byte),
+            hn::OrAnd(hn::ShiftRight<6>(third), hn::ShiftLeft<2>(fourth), high_byte), dw,
             reinterpret_cast<uint16_t*>(dst + 4 * i));
       })) {
     return;
@@ -142,20 +143,22 @@ void QuadStrip(uint8_t* dst, const Strip& strip, bool fits) {
     const int32_t left = sums[i];
     const int32_t column = sums[i + 1];
     const int32_t right = sums[i + 2];
-    dst[4 * i] = static_cast<uint8_t>((3 * left + 5 * column + 32) >> 6);
-    dst[4 * i + 1] = static_cast<uint8_t>((left + 7 * column + 32) >> 6);
-    dst[4 * i + 2] = static_cast<uint8_t>((7 * column + right + 32) >> 6);
-    dst[4 * i + 3] = static_cast<uint8_t>((5 * column + 3 * right + 32) >> 6);
+    dst[4 * i] = static_cast<uint8_t>((3 * left + 5 * column + round) >> 6);
+    dst[4 * i + 1] = static_cast<uint8_t>((left + 7 * column + round) >> 6);
+    dst[4 * i + 2] = static_cast<uint8_t>((7 * column + right + round) >> 6);
+    dst[4 * i + 3] = static_cast<uint8_t>((5 * column + 3 * right + round) >> 6);
   }
 }
 
 void QuadRow(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int32_t width,
-             RowWeights weights) {
+             RowWeights weights, QuadFilter filter) {
+  const uint16_t round = filter == QuadFilter::kRepeatEdges ? 32 : 0;
   ForEachStrip(width, [&](Strip& strip) HWY_ATTR {
     strip.Weigh(upper, static_cast<uint16_t>(weights.upper), lower,
                 static_cast<uint16_t>(weights.lower));
-    QuadStrip(dst + 4 * strip.begin, strip, weights.upper + weights.lower <= 8);
+    QuadStrip(dst + 4 * strip.begin, strip, round, weights.upper + weights.lower <= 8);
   });
+  if (filter != QuadFilter::kRepeatEdges) return;
   uint8_t* end = dst + 4 * static_cast<size_t>(width);
   dst[0] = dst[1] = dst[2];
   end[-2] = end[-1] = end[-3];
@@ -180,8 +183,8 @@ void DoubleRow(uint8_t* dst, const uint8_t* near, const uint8_t* far, int32_t wi
 }
 
 void QuadRow(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int32_t width,
-             RowWeights weights) {
-  VANTRO_KERNEL(QuadRow)(dst, upper, lower, width, weights);
+             RowWeights weights, QuadFilter filter) {
+  VANTRO_KERNEL(QuadRow)(dst, upper, lower, width, weights, filter);
 }
 
 }  // namespace vantro

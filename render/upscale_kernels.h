@@ -21,11 +21,16 @@ struct RowWeights {
   int32_t lower;
 };
 
+// What a 4x filter does at the edges, and how it rounds.
+enum class QuadFilter {
+  kRepeatEdges,  // the two outermost samples on each side repeat the next one; rounded half up
+  kClampEdges    // the source is continued by its outermost samples; truncated
+};
+
 // One row of 4 * width samples: with v = upper * U + lower * L, the columns 4p + 2 to 4p + 5 are
-// (7v[p] + v[p+1] + 32) / 64 and so on with (5, 3), (3, 5) and (1, 7); two more columns on each
-// side repeat the outermost of these. A width of 1 stands for two equal columns.
+// (7v[p] + v[p+1]) / 64 and so on with (5, 3), (3, 5) and (1, 7).
 void QuadRow(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int32_t width,
-             RowWeights weights);
+             RowWeights weights, QuadFilter filter);
 
 }  // namespace vantro
 

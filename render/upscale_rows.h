@@ -25,7 +25,7 @@ struct Enlargement {
 void DoubleRows(const Enlargement& plane, int64_t row_begin, int64_t row_end, Rounding rounding);
 
 // The rows row_begin to row_end - 1 of the quadrupled plane.
-void QuadRows(const Enlargement& plane, int64_t row_begin, int64_t row_end);
+void QuadRows(const Enlargement& plane, int64_t row_begin, int64_t row_end, QuadFilter filter);
 
 }  // namespace vantro
 
