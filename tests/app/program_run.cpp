@@ -102,9 +102,16 @@ ProgramTest::Result ProgramTest::Video(std::vector<std::string> arguments, const
   return Run(std::move(arguments), input, largest_file);
 }
 
-std::vector<std::string> ProgramTest::Files() const {
+ProgramTest::Result ProgramTest::Photo(std::vector<std::string> arguments, const std::string& input,
+                                       int64_t largest_file) {
+  arguments.insert(arguments.begin(), "photo");
+  arguments.insert(arguments.end(), {"--engine", VANTRO_SCRIPTED_ENGINE});
+  return Run(std::move(arguments), input, largest_file);
+}
+
+std::vector<std::string> ProgramTest::Files(const std::string& inside) const {
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+  for (const auto& entry : std::filesystem::directory_iterator(folder_ / inside)) {
     names.push_back(entry.path().filename().string());
   }
   std::ranges::sort(names);

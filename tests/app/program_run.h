@@ -57,8 +57,11 @@ class ProgramTest : public ::testing::Test {
   // "vantro video ARGUMENTS... --engine" with the scripted engine.
   Result Video(std::vector<std::string> arguments, const std::string& input = "/dev/null",
                int64_t largest_file = 0);
-  // The names in the folder, sorted.
-  std::vector<std::string> Files() const;
+  // The same for "vantro photo".
+  Result Photo(std::vector<std::string> arguments, const std::string& input = "/dev/null",
+               int64_t largest_file = 0);
+  // The names in the folder, or in one inside it, sorted.
+  std::vector<std::string> Files(const std::string& inside = ".") const;
 
   std::filesystem::path folder_;
 };

@@ -1,0 +1,199 @@
+// Many pictures in one run, bad ones among them; wrong usage; damaged files.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <random>
+
+#include "tests/app/picture_file.h"
+#include "tests/app/program_run.h"
+
+namespace vantro::test {
+namespace {
+
+using std::filesystem::create_directory;
+
+class PhotoBatch : public ProgramTest {
+ protected:
+  static TestPicture Noise(int width, int height, unsigned seed, int channels = 3) {
+    TestPicture picture(width, height, channels);
+    std::minstd_rand random(seed + 1);
+    for (uint8_t& sample : picture.samples) sample = static_cast<uint8_t>(random() >> 8);
+    return picture;
+  }
+  static void ExpectSaid(const Result& result, const std::vector<std::string>& parts) {
+    for (const std::string& part : parts) {
+      EXPECT_NE(result.errors.find(part), std::string::npos)
+          << "no \"" << part << "\" in: " << result.errors;
+    }
+    EXPECT_EQ(result.output, "");
+  }
+};
+
+// The workers don't disturb each other, and a bad picture none of the others.
+TEST_F(PhotoBatch, RendersTheGoodOnesAmongTheBad) {
+  std::vector<std::string> inputs;
+  for (unsigned i = 0; i < 8; ++i) {
+    inputs.push_back(Path("good" + std::to_string(i) + ".png"));
+    WriteTestPng(inputs.back(), Noise(40 + static_cast<int>(9 * i), 70, i));
+  }
+  WriteTestJpeg(Path("whole.jpg"), Noise(300, 200, 1));
+  const std::string whole = ReadFile(Path("whole.jpg"));
+  WriteFile(Path("cut.jpg"), whole.substr(0, whole.size() / 2));
+  WriteFile(Path("cut.png"), ReadFile(inputs[0]).substr(0, 3000));
+  WriteFile(Path("text.jpg"), "not a picture");
+  WriteFile(Path("empty.webp"), "");
+  WriteTestJpeg(Path("ink.jpg"), Noise(40, 40, 1, 4), {.h = 1, .v = 1, .cmyk = true});
+  create_directory(Path("folder.png"));
+  const std::vector<std::string> bad = {"cut.jpg", "cut.png",    "text.jpg",   "empty.webp",
+                                        "ink.jpg", "folder.png", "missing.jpg"};
+  for (const std::string& name : bad) inputs.insert(inputs.begin() + 3, Path(name));
+
+  std::vector<std::string> arguments = inputs;
+  arguments.push_back(Path("out/"));
+  arguments.insert(arguments.end(), {"--jobs", "4"});
+  const Result result = Photo(arguments);
+  EXPECT_EQ(result.status, 1);
+  ExpectSaid(result, {"15 pictures", "cut.jpg: damaged", "cut.png: ", "text.jpg: is not a JPEG",
+                      "empty.webp: the file is empty", "ink.jpg: is a CMYK",
+                      "folder.png: is a folder", "missing.jpg: No such file"});
+  ASSERT_EQ(Files("out").size(), 8u);
+
+  for (unsigned i = 0; i < 8; ++i) {
+    const std::string name = "good" + std::to_string(i) + ".png";
+    ASSERT_EQ(Photo({Path(name), Path("alone.png"), "--overwrite"}).status, 0);
+    EXPECT_TRUE(ReadFile(Path("alone.png")) == ReadFile(Path("out/" + name))) << name;
+  }
+}
+
+TEST_F(PhotoBatch, NamesOutputsAfterInputs) {
+  WriteTestPng(Path("a.PNG"), Noise(20, 20, 1));
+  WriteTestJpeg(Path("b.jpe"), Noise(20, 20, 2));
+  const bool heic = WriteTestHeic(Path("c.heic"), Noise(64, 64, 3));
+  create_directory(Path("out"));
+  std::vector<std::string> arguments = {Path("a.PNG"), Path("b.jpe")};
+  if (heic) arguments.push_back(Path("c.heic"));
+  arguments.insert(arguments.end(), {Path("out"), "--mask-out", Path("masks")});
+  const Result result = Photo(arguments);
+  EXPECT_EQ(result.status, 0) << result.errors;
+  std::vector<std::string> names = {"a.PNG", "b.jpe"};
+  std::vector<std::string> masks = {"a.png", "b.png"};
+  if (heic) names.push_back("c.jpg");
+  if (heic) masks.push_back("c.png");
+  EXPECT_EQ(Files("out"), names);
+  EXPECT_EQ(Files("masks"), masks);
+  // The second time they are there already.
+  arguments.insert(arguments.begin(), Path("a.PNG"));
+  arguments.erase(arguments.begin());
+  const Result again = Photo(arguments);
+  EXPECT_EQ(again.status, 1);
+  ExpectSaid(again, {"a.PNG: exists already", "b.jpe: exists already", "--overwrite"});
+  arguments.push_back("--overwrite");
+  EXPECT_EQ(Photo(arguments).status, 0);
+}
+
+TEST_F(PhotoBatch, RefusesWrongUsage) {
+  const std::string in = Path("in.png");
+  const std::string other = Path("other.png");
+  create_directory(Path("sub"));
+  WriteTestPng(in, Noise(20, 20, 1));
+  WriteTestPng(other, Noise(20, 20, 1));
+  WriteTestPng(Path("sub/in.png"), Noise(20, 20, 1));
+  WriteFile(Path("in.jpg"), "");
+  WriteFile(Path("in.heic"), "");
+  const std::string out = Path("out.png");
+  const auto files = Files();
+  const struct {
+    std::vector<std::string> arguments;
+    std::string culprit;
+  } cases[] = {
+      {{}, "INPUT"},
+      {{in}, "OUTPUT"},
+      {{in, Path("out.gif")}, ".gif"},
+      {{in, Path("out.heic")}, ".heic"},
+      {{in, Path("out")}, "out"},
+      {{in, other, Path("in.jpg")}, "is no folder"},
+      {{in, other, Path("new.jpg")}, "is no folder"},
+      {{in, other, Path("sub"), "--mask-out", Path("m.png")}, "--mask-out"},
+      {{in, Path("sub/in.png"), Path("out")}, "would both be written"},
+      {{Path("in.jpg"), Path("in.heic"), Path("out")}, "would both be written"},
+      {{in, in, "--overwrite"}, "is an input itself"},
+      {{in, Path("sub/../in.png"), "--overwrite"}, "is an input itself"},
+      {{in, other, Path("."), "--overwrite"}, "is an input itself"},
+      {{in, out, "--mask-out", in, "--overwrite"}, "is an input itself"},
+      {{in, out, "--mask-out", out}, "would both be written"},
+      {{in, out, "--mask-out", Path("mask.jpg")}, "mask.jpg"},
+      {{in, out, "--format", "rgb"}, "rgb"},
+      {{in, out, "--jobs", "0"}, "--jobs"},
+      {{in, out, "--jobs", "65"}, "--jobs"},
+      {{in, out, "--sepia"}, "--sepia"},
+  };
+  for (const auto& usage : cases) {
+    SCOPED_TRACE(usage.culprit);
+    const Result result = Photo(usage.arguments);
+    EXPECT_EQ(result.status, 2) << result.errors;
+    ExpectSaid(result, {usage.culprit});
+    EXPECT_EQ(Files(), files);
+  }
+}
+
+TEST_F(PhotoBatch, LeavesNothingHalfWritten) {
+  const std::string in = Path("in.png");
+  WriteTestPng(in, Noise(200, 200, 1));
+  WriteFile(Path("kept.png"), "kept");
+  const auto files = Files();
+  for (const std::string& output : {Path("kept.png"), Path("new.jpg"), Path("new.webp")}) {
+    SCOPED_TRACE(output);
+    const Result full = Photo({in, output, "--overwrite"}, "/dev/null", 2000);
+    EXPECT_EQ(full.status, 1);
+    ExpectSaid(full, {output});
+    EXPECT_EQ(Files(), files);
+  }
+  EXPECT_EQ(ReadFile(Path("kept.png")), "kept");
+  EXPECT_EQ(Photo({in, Path("no/out.png")}).status, 1);
+  const Result no_engine = Run({"photo", in, Path("out.png"), "--engine", Path("missing.so")});
+  EXPECT_EQ(no_engine.status, 1);
+  ExpectSaid(no_engine, {"--engine", "missing.so"});
+  EXPECT_EQ(Files(), files);
+}
+
+// Whatever a file holds, the program ends by itself, having rendered it or said why not.
+TEST_F(PhotoBatch, SurvivesDamagedFiles) {
+  const PictureExtras extras = {MakeProfile(), MakeExif({6, 33, 21, "note", "thumbnail"}, true)};
+  const TestPicture picture = Noise(33, 21, 4);
+  WriteTestJpeg(Path("a.jpg"), picture, {}, extras);
+  WriteTestJpeg(Path("p.jpg"), picture, {.h = 1, .v = 1, .progressive = true}, extras);
+  WriteTestPng(Path("b.png"), picture, extras, true);
+  WriteTestWebp(Path("c.webp"), picture, extras);
+  WriteTestHeic(Path("d.heic"), Noise(64, 64, 3), extras);
+  create_directory(Path("bad"));
+  std::minstd_rand random(5);
+  std::vector<std::string> arguments;
+  for (const std::string name : {"a.jpg", "p.jpg", "b.png", "c.webp", "d.heic"}) {
+    const std::string good = std::filesystem::exists(Path(name)) ? ReadFile(Path(name)) : "";
+    for (int i = 0; i < 60 && !good.empty(); ++i) {
+      std::string bad = good;
+      const size_t changes = 1 + random() % 4;
+      for (size_t k = 0; k < changes; ++k) {
+        // Most of it in the head, where the structure is.
+        const size_t reach = k % 2 == 0 ? std::min<size_t>(bad.size(), 700) : bad.size();
+        bad[random() % reach] = static_cast<char>(random() >> 8);
+      }
+      if (i % 5 == 0) bad.resize(random() % bad.size());
+      arguments.push_back(Path("bad/" + std::to_string(i) + "_" + name));
+      WriteFile(arguments.back(), bad);
+    }
+  }
+  const auto count = arguments.size();
+  arguments.push_back(Path("out"));
+  const Result result = Photo(arguments);
+  EXPECT_EQ(result.status, 1) << result.errors;
+  const auto said = std::ranges::count(result.errors, '\n');
+  EXPECT_GE(Files("out").size() + static_cast<size_t>(said), count);
+  for (const std::string& name : Files("out")) {
+    EXPECT_GT(ReadPicture(Path("out/" + name)).width, 0) << name;
+  }
+}
+
+}  // namespace
+}  // namespace vantro::test
