@@ -32,6 +32,19 @@ void AddEngineOption(CLI::App& command, std::string& engine) {
       ->type_name("FILE");
 }
 
+void AddContactSheetOption(CLI::App& command, std::string& path) {
+  command
+      .add_option("--contact-sheet", path,
+                  "Also write a PNG picture that shows some before and after the effect")
+      ->type_name("FILE.png");
+}
+
+void CheckContactSheet(const std::string& path) {
+  if (!path.empty() && std::filesystem::path(path).extension() != ".png") {
+    throw UsageError("--contact-sheet " + path + ": must end in .png");
+  }
+}
+
 void StartLibraryLog(bool verbose) {
   if (verbose) setenv("VANTRO_LOG", "debug", 0);
   if (std::getenv("VANTRO_LOG") != nullptr) ShowLibraryLog();

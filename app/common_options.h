@@ -14,6 +14,11 @@ void AddFormatOption(CLI::App& command, FrameFormat& format);
 // --engine
 void AddEngineOption(CLI::App& command, std::string& engine);
 
+// --contact-sheet
+void AddContactSheetOption(CLI::App& command, std::string& path);
+// Throws UsageError when the path cannot be a sheet's.
+void CheckContactSheet(const std::string& path);
+
 // Shows the library's log when the user asks for it, by --verbose or by VANTRO_LOG.
 void StartLibraryLog(bool verbose);
 

@@ -7,9 +7,6 @@
 namespace vantro::app {
 namespace {
 
-constexpr size_t kColumns = 6;
-constexpr int kCellWidth = 320;
-constexpr int kMostCellHeight = 480;
 constexpr int kLeastPitch = 230;  // room for a caption
 constexpr int kGap = 8;
 constexpr int kTextScale = 2;
@@ -23,15 +20,15 @@ ContactSheet::ContactSheet(const FrameShape& shape, const ColourInfo& colour,
     : shape_(shape), colour_(colour) {
   const double stretch = pixel_shape.num > 0 && pixel_shape.den > 0 ? av_q2d(pixel_shape) : 1.0;
   const double aspect = shape.height / (shape.width * stretch);
-  const double width = std::min<double>(kCellWidth, kMostCellHeight / aspect);
+  const double width = std::min<double>(kSheetCellWidth, kSheetCellHeight / aspect);
   cell_width_ = std::max(1, static_cast<int>(std::lround(width)));
-  cell_height_ = std::clamp(static_cast<int>(std::lround(width * aspect)), 1, kMostCellHeight);
+  cell_height_ = std::clamp(static_cast<int>(std::lround(width * aspect)), 1, kSheetCellHeight);
   small_ = NewPictureFrame(cell_width_, cell_height_, AV_PIX_FMT_RGB24);
 }
 
 void ContactSheet::AddBefore(int64_t number, double seconds, const uint8_t* picture) {
   if (number % step_ != 0) return;
-  if (cells_.size() == 2 * kColumns) {
+  if (cells_.size() == 2 * kSheetColumns) {
     step_ *= 2;
     std::erase_if(cells_, [this](const Cell& cell) { return cell.number % step_ != 0; });
     if (number % step_ != 0) return;
@@ -53,28 +50,44 @@ Picture ContactSheet::Thumbnail(const uint8_t* picture) {
 }
 
 Picture ContactSheet::Draw() const {
-  const size_t columns = std::min(kColumns, cells_.size());
-  const int text_height = Picture::TextHeight(kTextScale);
-  const int label_width = Picture::TextWidth("BEFORE", kTextScale) + 2 * kGap;
-  const int pitch = std::max(cell_width_ + kGap, kLeastPitch);
-  const int before_top = text_height + 2 * kGap;
-  const int after_top = before_top + cell_height_ + kGap;
-  Picture sheet(label_width + static_cast<int>(columns) * pitch,
-                after_top + cell_height_ + kGap, kPaper);
-  const int middle = (cell_height_ - text_height) / 2;
-  sheet.Write("BEFORE", kGap, before_top + middle, kTextScale, kInk);
-  sheet.Write("AFTER", kGap, after_top + middle, kTextScale, kInk);
-  for (size_t i = 0; i < columns; ++i) {
+  std::vector<SheetColumn> columns(std::min(kSheetColumns, cells_.size()));
+  for (size_t i = 0; i < columns.size(); ++i) {
     // Evenly from the first cell to the last.
-    const Cell& cell = cells_[columns == 1 ? 0 : i * (cells_.size() - 1) / (columns - 1)];
-    const int left = label_width + static_cast<int>(i) * pitch;
+    const Cell& cell =
+        cells_[columns.size() == 1 ? 0 : i * (cells_.size() - 1) / (columns.size() - 1)];
     char caption[64];
     const long long tenths = std::llround(std::max(cell.seconds, 0.0) * 10);
     std::snprintf(caption, sizeof(caption), "%lld:%02lld.%lld FRAME %lld", tenths / 600,
                   tenths / 10 % 60, tenths % 10, static_cast<long long>(cell.number + 1));
-    sheet.Write(caption, left, kGap, kTextScale, kInk);
-    sheet.Paste(cell.before, left, before_top);
-    sheet.Paste(cell.after, left, after_top);
+    columns[i] = {caption, cell.before, cell.after};
+  }
+  return DrawSheet(columns);
+}
+
+Picture DrawSheet(const std::vector<SheetColumn>& columns) {
+  int cell_width = kLeastPitch - kGap;
+  int cell_height = 1;
+  for (const SheetColumn& column : columns) {
+    cell_width = std::max(cell_width, column.before.width());
+    cell_height = std::max(cell_height, column.before.height());
+  }
+  const int text_height = Picture::TextHeight(kTextScale);
+  const int label_width = Picture::TextWidth("BEFORE", kTextScale) + 2 * kGap;
+  const int pitch = cell_width + kGap;
+  const int before_top = text_height + 2 * kGap;
+  const int after_top = before_top + cell_height + kGap;
+  Picture sheet(label_width + static_cast<int>(columns.size()) * pitch,
+                after_top + cell_height + kGap, kPaper);
+  const int middle = (cell_height - text_height) / 2;
+  sheet.Write("BEFORE", kGap, before_top + middle, kTextScale, kInk);
+  sheet.Write("AFTER", kGap, after_top + middle, kTextScale, kInk);
+  for (size_t i = 0; i < columns.size(); ++i) {
+    const SheetColumn& column = columns[i];
+    const int left = label_width + static_cast<int>(i) * pitch;
+    const auto letters = static_cast<size_t>(cell_width / Picture::TextWidth("0", kTextScale));
+    sheet.Write(column.caption.substr(0, letters), left, kGap, kTextScale, kInk);
+    sheet.Paste(column.before, left, before_top);
+    sheet.Paste(column.after, left, after_top);
   }
   return sheet;
 }

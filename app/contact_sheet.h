@@ -1,8 +1,9 @@
-// A picture that shows some frames of a video before the effect and, below them, after it.
+// A picture that shows some pictures before the effect and, below them, after it.
 #ifndef VANTRO_APP_CONTACT_SHEET_H_
 #define VANTRO_APP_CONTACT_SHEET_H_
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "app/frame_convert.h"
@@ -10,6 +11,19 @@
 #include "app/picture.h"
 
 namespace vantro::app {
+
+// At most this many stand side by side.
+inline constexpr size_t kSheetColumns = 6;
+inline constexpr int kSheetCellWidth = 320;
+inline constexpr int kSheetCellHeight = 480;
+
+// One column of a sheet; its pictures have the same size, at most that of a cell.
+struct SheetColumn {
+  std::string caption;
+  Picture before;
+  Picture after;
+};
+Picture DrawSheet(const std::vector<SheetColumn>& columns);
 
 // Collects frames evenly spread over a video whose length need not be known: it keeps every n-th
 // frame, and doubles n whenever it has too many.

@@ -10,12 +10,14 @@
 #include <thread>
 #include <utility>
 
+#include "app/contact_sheet.h"
 #include "app/failure.h"
 #include "app/interrupt.h"
 #include "app/output_file.h"
 #include "app/photo/mask_engine.h"
 #include "app/photo/photo_file.h"
 #include "app/photo/photo_session.h"
+#include "app/photo/thumbnail.h"
 
 namespace vantro::app {
 namespace {
@@ -40,8 +42,8 @@ class PhotoWorker {
     if (with_masks) mask_engine_.emplace();
   }
 
-  // Tells whether a person was found. Throws RunError naming the file.
-  bool Render(const PhotoTask& task, const NoteSink& note) {
+  // Fills `result`, but for its state. Throws RunError naming the file.
+  void Render(const PhotoTask& task, const NoteSink& note, PhotoResult& result) {
     OutputFile output(task.output, settings_.overwrite);
     std::optional<OutputFile> mask_output;
     if (!task.mask.empty()) mask_output.emplace(task.mask, settings_.overwrite);
@@ -53,9 +55,11 @@ class PhotoWorker {
     const PhotoSession::FrameSink segment = [&](const FrameShape& shape, uint8_t* frame) {
       mask.raster = mask_engine_->Segment(shape, frame);
     };
-    const bool person = Named(task.input, [&] {
+    if (task.on_sheet) result.before = SheetThumbnail(photo.raster);
+    result.person = Named(task.input, [&] {
       return session_.Render(photo.raster, mask_output ? segment : PhotoSession::FrameSink());
     });
+    if (task.on_sheet) result.after = SheetThumbnail(photo.raster);
     if (settings_.compare) photo.raster = SideBySide(before, std::move(photo.raster));
 
     const NoteSink note_output = [&](const std::string& text) { note(task.output + ": " + text); };
@@ -69,10 +73,13 @@ class PhotoWorker {
       mask_output->Commit();
     }
     output.Commit();
-    return person;
   }
 
  private:
+  static Picture SheetThumbnail(const Raster& raster) {
+    return Thumbnail(raster, kSheetCellWidth, kSheetCellHeight);
+  }
+
   const PhotoSettings& settings_;
   PhotoSession session_;
   std::optional<MaskEngine> mask_engine_;
@@ -102,7 +109,7 @@ std::vector<PhotoResult> RunPhotoBatch(const std::vector<PhotoTask>& tasks,
     for (size_t i = next++; i < tasks.size() && InterruptWatch::Signal() == 0; i = next++) {
       PhotoResult& result = results[i];
       try {
-        result.person = worker.Render(tasks[i], note);
+        worker.Render(tasks[i], note, result);
         result.state = PhotoResult::State::kDone;
       } catch (const std::exception& error) {
         result.state = PhotoResult::State::kFailed;

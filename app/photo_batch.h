@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "app/frame_format.h"
+#include "app/picture.h"
 #include "app/progress.h"
 
 namespace vantro::app {
@@ -14,7 +15,8 @@ namespace vantro::app {
 struct PhotoTask {
   std::string input;
   std::string output;
-  std::string mask;  // empty: not asked for
+  std::string mask;       // empty: not asked for
+  bool on_sheet = false;  // keep thumbnails for a contact sheet
 };
 
 struct PhotoSettings {
@@ -29,6 +31,8 @@ struct PhotoResult {
   State state = State::kNotDone;
   bool person = false;  // kDone: one was found
   std::string cause;    // kFailed: why, with the file's name
+  Picture before;       // kDone and asked for: thumbnails for a contact sheet
+  Picture after;
 };
 
 // Renders the pictures, each with the library's photo handle of one of `jobs` workers. A picture

@@ -1,7 +1,9 @@
 #include "app/photo_command.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,9 +11,11 @@
 #include <vector>
 
 #include "app/common_options.h"
+#include "app/contact_sheet.h"
 #include "app/engine_library.h"
 #include "app/failure.h"
 #include "app/interrupt.h"
+#include "app/output_file.h"
 #include "app/photo_batch.h"
 #include "app/photo_plan.h"
 #include "app/progress.h"
@@ -37,10 +41,8 @@ Exit status: 0 success, 1 a failure with some picture (the others are rendered
 all the same), 2 wrong usage, 130 after Ctrl-C; no picture is left half-written.)";
 
 struct PhotoOptions {
-  std::vector<std::string> inputs;
-  std::string output;
+  PhotoPaths paths;
   std::string engine;
-  std::string mask_out;
   PhotoSettings settings;
   bool verbose = false;
 };
@@ -100,8 +102,24 @@ void PrintSummary(const std::vector<PhotoTask>& tasks, const std::vector<PhotoRe
   }
 }
 
+// Without any picture that was rendered, there is no sheet.
+void WriteSheet(const std::vector<PhotoTask>& tasks, const std::vector<PhotoResult>& results,
+                const std::string& path, OutputFile& file) {
+  std::vector<SheetColumn> columns;
+  for (size_t i = 0; i < tasks.size(); ++i) {
+    if (!tasks[i].on_sheet || results[i].state != PhotoResult::State::kDone) continue;
+    std::string name = std::filesystem::path(tasks[i].input).stem().string();
+    std::ranges::transform(name, name.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    columns.push_back({name, results[i].before, results[i].after});
+  }
+  if (columns.empty()) return;
+  DrawSheet(columns).SavePng(file.working_path(), path);
+  file.Commit();
+}
+
 int RunPhotos(const PhotoOptions& options) {
-  const PhotoPlan plan = PlanPhotos(options.inputs, options.output, options.mask_out);
+  PhotoPlan plan = PlanPhotos(options.paths);
   StartLibraryLog(options.verbose);
   const InterruptWatch watch;
   const StandardOutput standard_output;
@@ -109,9 +127,15 @@ int RunPhotos(const PhotoOptions& options) {
   if (!options.engine.empty()) engine.emplace(options.engine);
   Progress progress(options.verbose, "pictures");
   MakeFolders(plan.folders);
+  std::optional<OutputFile> sheet;
+  if (!options.paths.contact_sheet.empty()) {
+    sheet.emplace(options.paths.contact_sheet, options.settings.overwrite);
+    ChooseForSheet(plan.tasks);
+  }
 
   const Clock::time_point start = Clock::now();
   const std::vector<PhotoResult> results = RunPhotoBatch(plan.tasks, options.settings, progress);
+  if (sheet) WriteSheet(plan.tasks, results, options.paths.contact_sheet, *sheet);
   PrintSummary(plan.tasks, results, Seconds(Clock::now() - start));
   if (const int signal = InterruptWatch::Signal(); signal != 0) return 128 + signal;
   const bool all_done = std::ranges::all_of(
@@ -127,15 +151,16 @@ void AddPhotoCommand(CLI::App& program, std::function<int()>& chosen) {
   const auto options = std::make_shared<PhotoOptions>();
   options->settings.jobs =
       std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostJobs);
-  command->add_option("INPUT", options->inputs)->type_name("");
+  command->add_option("INPUT", options->paths.inputs)->type_name("");
   command->formatter(std::make_shared<PhotoHelp>());
   AddFormatOption(*command, options->settings.format);
   AddEngineOption(*command, options->engine);
   command
-      ->add_option("--mask-out", options->mask_out,
+      ->add_option("--mask-out", options->paths.mask_out,
                    "Also write the mask that the engine found, as it found it; with several "
                    "pictures a folder for them")
       ->type_name("FILE.png");
+  AddContactSheetOption(*command, options->paths.contact_sheet);
   command->add_flag("--compare", options->settings.compare,
                     "Put the picture before the effect to the left of the one after it");
   command
@@ -148,10 +173,10 @@ void AddPhotoCommand(CLI::App& program, std::function<int()>& chosen) {
                     "Show the log of the library on standard error");
   command->footer(kExamples);
   command->callback([options, &chosen] {
-    if (options->inputs.empty()) throw CLI::RequiredError("INPUT");
-    options->output = options->inputs.back();
-    options->inputs.pop_back();
-    if (options->inputs.empty()) throw CLI::RequiredError("OUTPUT");
+    if (options->paths.inputs.empty()) throw CLI::RequiredError("INPUT");
+    options->paths.output = options->paths.inputs.back();
+    options->paths.inputs.pop_back();
+    if (options->paths.inputs.empty()) throw CLI::RequiredError("OUTPUT");
     chosen = [options] { return RunPhotos(*options); };
   });
 }

@@ -1,10 +1,13 @@
 #include "app/photo_plan.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <system_error>
 #include <utility>
 
+#include "app/common_options.h"
+#include "app/contact_sheet.h"
 #include "app/failure.h"
 #include "app/photo/photo_file.h"
 
@@ -46,7 +49,7 @@ std::string Canonical(const std::string& path) {
   return error ? path : canonical.string();
 }
 
-void CheckOutputs(const std::vector<PhotoTask>& tasks) {
+void CheckOutputs(const std::vector<PhotoTask>& tasks, const std::string& contact_sheet) {
   std::map<std::string, std::string> writers;  // by output
   const auto claim = [&](const std::string& output, const std::string& input) {
     const auto [earlier, is_new] = writers.emplace(Canonical(output), input);
@@ -58,18 +61,19 @@ void CheckOutputs(const std::vector<PhotoTask>& tasks) {
     claim(task.output, task.input);
     if (!task.mask.empty()) claim(task.mask, task.input);
   }
+  if (!contact_sheet.empty()) claim(contact_sheet, "--contact-sheet");
   for (const PhotoTask& task : tasks) {
     const auto writer = writers.find(Canonical(task.input));
     if (writer != writers.end()) {
-      throw UsageError("OUTPUT " + task.input + ": is an input itself");
+      throw UsageError(task.input + ": is an input, and would be written to");
     }
   }
 }
 
 }  // namespace
 
-PhotoPlan PlanPhotos(const std::vector<std::string>& inputs, const std::string& output,
-                     const std::string& mask_out) {
+PhotoPlan PlanPhotos(const PhotoPaths& paths) {
+  const auto& [inputs, output, mask_out, contact_sheet] = paths;
   const bool several = inputs.size() > 1;
   const bool to_folder = several || NamesFolder(output);
   if (several) CheckFolder("OUTPUT", output);
@@ -84,7 +88,7 @@ PhotoPlan PlanPhotos(const std::vector<std::string>& inputs, const std::string& 
   if (to_folder) plan.folders.push_back(output);
   if (masks_to_folder) plan.folders.push_back(mask_out);
   for (const std::string& input : inputs) {
-    PhotoTask task{input, output, mask_out};
+    PhotoTask task{.input = input, .output = output, .mask = mask_out};
     const fs::path name = NameInFolder(input);
     if (to_folder) task.output = (fs::path(output) / name).string();
     if (masks_to_folder) {
@@ -92,8 +96,16 @@ PhotoPlan PlanPhotos(const std::vector<std::string>& inputs, const std::string& 
     }
     plan.tasks.push_back(std::move(task));
   }
-  CheckOutputs(plan.tasks);
+  CheckContactSheet(contact_sheet);
+  CheckOutputs(plan.tasks, contact_sheet);
   return plan;
+}
+
+void ChooseForSheet(std::vector<PhotoTask>& tasks) {
+  const size_t count = std::min(kSheetColumns, tasks.size());
+  for (size_t i = 0; i < count; ++i) {
+    tasks[count == 1 ? 0 : i * (tasks.size() - 1) / (count - 1)].on_sheet = true;
+  }
 }
 
 void MakeFolders(const std::vector<std::string>& folders) {

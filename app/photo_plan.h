@@ -9,16 +9,25 @@
 
 namespace vantro::app {
 
+// As the user names them; empty where not given.
+struct PhotoPaths {
+  std::vector<std::string> inputs;
+  std::string output;    // a folder, or, for one input, a file
+  std::string mask_out;  // the same for masks
+  std::string contact_sheet;
+};
+
 struct PhotoPlan {
   std::vector<PhotoTask> tasks;
   std::vector<std::string> folders;  // for outputs; they may be missing
 };
 
-// `output` is a folder, or, for one input, a file. `mask_out` is the same for masks, or empty.
-// Nothing is touched. Throws UsageError when the names make no sense: an output of an unknown kind,
+// Touches nothing. Throws UsageError when the names make no sense: an output of an unknown kind,
 // two outputs of one name, an output that is an input.
-PhotoPlan PlanPhotos(const std::vector<std::string>& inputs, const std::string& output,
-                     const std::string& mask_out);
+PhotoPlan PlanPhotos(const PhotoPaths& paths);
+
+// Marks the pictures that go onto a contact sheet: all, or as many as it holds, evenly spread.
+void ChooseForSheet(std::vector<PhotoTask>& tasks);
 
 // Makes those that are missing, but not their parents. Throws RunError.
 void MakeFolders(const std::vector<std::string>& folders);

@@ -91,10 +91,8 @@ int RunVideo(const VideoOptions& options) {
   const bool to_pipe = options.output == "-";
   ContainerOf(options.output);  // an unknown ending is refused before anything is opened
   CheckDifferent(options.input, options.output, "OUTPUT");
+  CheckContactSheet(options.contact_sheet);
   if (!options.contact_sheet.empty()) {
-    if (std::filesystem::path(options.contact_sheet).extension() != ".png") {
-      throw UsageError("--contact-sheet " + options.contact_sheet + ": must end in .png");
-    }
     CheckDifferent(options.input, options.contact_sheet, "--contact-sheet");
   }
   RouteFFmpegLog(options.verbose);
@@ -161,10 +159,7 @@ void AddVideoCommand(CLI::App& program, std::function<int()>& chosen) {
           "Render only this rectangle of the frame, in pixels; the rest stays as it is")
       ->type_name("X,Y,W,H");
   AddEngineOption(*command, options->engine);
-  command
-      ->add_option("--contact-sheet", options->contact_sheet,
-                   "Also write a PNG picture with frames before and after")
-      ->type_name("FILE.png");
+  AddContactSheetOption(*command, options->contact_sheet);
   command
       ->add_option("--threads", options->threads,
                    "Threads of the decoder and of the encoder, up to 64; 0 (default) for one a "

@@ -92,6 +92,29 @@ TEST_F(PhotoBatch, NamesOutputsAfterInputs) {
   EXPECT_EQ(Photo(arguments).status, 0);
 }
 
+// Columns of 320 pixels, the picture before above the one after; what failed is left out.
+TEST_F(PhotoBatch, DrawsAContactSheet) {
+  TestPicture red(640, 400, 3);
+  for (size_t i = 0; i < red.samples.size(); ++i) red.samples[i] = i % 3 == 0 ? 200 : 60;
+  WriteTestPng(Path("a.png"), red);
+  WriteFile(Path("b.png"), "broken");
+  WriteTestJpeg(Path("c.jpg"), red);
+  const Result result = Photo({Path("a.png"), Path("b.png"), Path("c.jpg"), Path("out"),
+                               "--contact-sheet", Path("sheet.png"), "--compare"});
+  EXPECT_EQ(result.status, 1);
+  const TestPicture sheet = ReadPicture(Path("sheet.png"));
+  ASSERT_GT(sheet.width, 2 * 320);
+  ASSERT_LT(sheet.width, 3 * 320);
+  ASSERT_GT(sheet.height, 2 * 200);
+  for (const int right : {10, 10 + 328}) {  // the corner of a picture, where the effect is grey
+    const uint8_t* before = sheet.at(sheet.width - 1 - right, sheet.height - 230);
+    EXPECT_GT(before[0], before[1] + 100);
+    const uint8_t* after = sheet.at(sheet.width - 1 - right, sheet.height - 20);
+    EXPECT_EQ(after[0], after[1]);
+    EXPECT_GT(after[0], 60);
+  }
+}
+
 TEST_F(PhotoBatch, RefusesWrongUsage) {
   const std::string in = Path("in.png");
   const std::string other = Path("other.png");
@@ -117,12 +140,15 @@ TEST_F(PhotoBatch, RefusesWrongUsage) {
       {{in, other, Path("sub"), "--mask-out", Path("m.png")}, "--mask-out"},
       {{in, Path("sub/in.png"), Path("out")}, "would both be written"},
       {{Path("in.jpg"), Path("in.heic"), Path("out")}, "would both be written"},
-      {{in, in, "--overwrite"}, "is an input itself"},
-      {{in, Path("sub/../in.png"), "--overwrite"}, "is an input itself"},
-      {{in, other, Path("."), "--overwrite"}, "is an input itself"},
-      {{in, out, "--mask-out", in, "--overwrite"}, "is an input itself"},
+      {{in, in, "--overwrite"}, "is an input, and"},
+      {{in, Path("sub/../in.png"), "--overwrite"}, "is an input, and"},
+      {{in, other, Path("."), "--overwrite"}, "is an input, and"},
+      {{in, out, "--mask-out", in, "--overwrite"}, "is an input, and"},
       {{in, out, "--mask-out", out}, "would both be written"},
       {{in, out, "--mask-out", Path("mask.jpg")}, "mask.jpg"},
+      {{in, out, "--contact-sheet", Path("sheet.jpg")}, "sheet.jpg"},
+      {{in, out, "--contact-sheet", out}, "would both be written"},
+      {{in, out, "--contact-sheet", in, "--overwrite"}, "is an input, and"},
       {{in, out, "--format", "rgb"}, "rgb"},
       {{in, out, "--jobs", "0"}, "--jobs"},
       {{in, out, "--jobs", "65"}, "--jobs"},
