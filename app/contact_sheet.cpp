@@ -17,14 +17,7 @@ constexpr Colour kInk = {235, 235, 235};
 
 ContactSheet::ContactSheet(const FrameShape& shape, const ColourInfo& colour,
                            AVRational pixel_shape)
-    : shape_(shape), colour_(colour) {
-  const double stretch = pixel_shape.num > 0 && pixel_shape.den > 0 ? av_q2d(pixel_shape) : 1.0;
-  const double aspect = shape.height / (shape.width * stretch);
-  const double width = std::min<double>(kSheetCellWidth, kSheetCellHeight / aspect);
-  cell_width_ = std::max(1, static_cast<int>(std::lround(width)));
-  cell_height_ = std::clamp(static_cast<int>(std::lround(width * aspect)), 1, kSheetCellHeight);
-  small_ = NewPictureFrame(cell_width_, cell_height_, AV_PIX_FMT_RGB24);
-}
+    : thumbnails_(shape, colour, pixel_shape, kSheetCellWidth, kSheetCellHeight) {}
 
 void ContactSheet::AddBefore(int64_t number, double seconds, const uint8_t* picture) {
   if (number % step_ != 0) return;
@@ -33,20 +26,12 @@ void ContactSheet::AddBefore(int64_t number, double seconds, const uint8_t* pict
     std::erase_if(cells_, [this](const Cell& cell) { return cell.number % step_ != 0; });
     if (number % step_ != 0) return;
   }
-  cells_.push_back({number, seconds, Thumbnail(picture), {}});
+  cells_.push_back({number, seconds, thumbnails_.Make(picture), {}});
 }
 
 void ContactSheet::AddAfter(int64_t number, const uint8_t* picture) {
   const auto cell = std::ranges::find(cells_, number, &Cell::number);
-  if (cell != cells_.end()) cell->after = Thumbnail(picture);
-}
-
-Picture ContactSheet::Thumbnail(const uint8_t* picture) {
-  const FramePlanes planes(shape_, const_cast<uint8_t*>(picture));
-  scaler_.Scale({planes.data, planes.linesize, shape_.width, shape_.height, shape_.format.pixels},
-                small_->data, small_->linesize, cell_width_, cell_height_, AV_PIX_FMT_RGB24,
-                colour_);
-  return Picture(cell_width_, cell_height_, small_->data[0], small_->linesize[0]);
+  if (cell != cells_.end()) cell->after = thumbnails_.Make(picture);
 }
 
 Picture ContactSheet::Draw() const {

@@ -8,6 +8,7 @@
 
 #include "app/frame_convert.h"
 #include "app/frame_format.h"
+#include "app/frame_thumbnail.h"
 #include "app/picture.h"
 
 namespace vantro::app {
@@ -47,16 +48,9 @@ class ContactSheet {
     Picture after;
   };
 
-  Picture Thumbnail(const uint8_t* picture);
-
-  FrameShape shape_;
-  ColourInfo colour_;
-  int cell_width_;
-  int cell_height_;
+  FrameThumbnails thumbnails_;
   int64_t step_ = 1;
   std::vector<Cell> cells_;
-  Scaler scaler_;
-  FramePtr small_;
 };
 
 }  // namespace vantro::app

@@ -74,6 +74,10 @@ class LibraryLog {
     const std::lock_guard lock(mutex_);
     return show_;
   }
+  LibraryCall TakeCall() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(call_, {});
+  }
   // Of one thread, or of all.
   std::vector<std::string> TakeErrors(std::thread::id thread = {}) {
     const std::lock_guard lock(mutex_);
@@ -97,14 +101,37 @@ class LibraryLog {
 
   void TallyTiming(std::string_view line) {
     const std::string_view label = line.substr(0, line.find(' '));
-    if (label == "FLAG_23_TIME") ++tally_.subject_frames;
     const size_t cost = line.find("cost:");
-    if (label == "CLEAN" && cost != line.npos) tally_.wait_ms += std::atof(&line[cost + 5]);
+    const double ms = cost == line.npos ? 0 : std::atof(&line[cost + 5]);
+    if (label == "FLAG_23_TIME") {
+      ++tally_.subject_frames;
+      call_.subject = true;
+    } else if (label == "CLEAN") {
+      tally_.wait_ms += ms;
+      call_.wait = ms;
+    } else if (label == "GetROI_") {
+      call_.roi = ms;
+    } else if (label == "connectionFilter_") {
+      call_.filter = ms;
+    } else if (label == "OpticalFlow_") {
+      call_.flow = ms;
+    } else if (label == "VantroObject_" || label == "Grayeffect_") {
+      call_.render = ms;
+    } else if (label == "Vantro_Process_") {
+      call_.total = ms;
+    }
+  }
+
+  static int NumberAfter(std::string_view line, std::string_view mark) {
+    const size_t at = line.find(mark);
+    return at == line.npos ? 0 : std::atoi(&line[at + mark.size()]);
   }
 
   void TallyMessage(std::string_view line) {
     if (line.starts_with("flash flag:")) {
-      if (line.find(" flag:3,") != line.npos) ++tally_.coloured_frames;
+      call_.flag = NumberAfter(line, ") flag:");
+      call_.frame_index = NumberAfter(line, "frameIdx:");
+      if (call_.flag == 3) ++tally_.coloured_frames;
     } else if (line.starts_with("Plimra_process is error")) {
       ++tally_.failed_segmentations;
     } else if (line.starts_with("flag is [")) {
@@ -128,6 +155,7 @@ class LibraryLog {
 
   std::mutex mutex_;
   LibraryTally tally_;
+  LibraryCall call_;
   std::vector<ErrorLine> errors_;
   bool show_ = false;
 };
@@ -135,6 +163,7 @@ class LibraryLog {
 }  // namespace
 
 LibraryTally ReadLibraryTally() { return LibraryLog::Get().tally(); }
+LibraryCall TakeLibraryCall() { return LibraryLog::Get().TakeCall(); }
 void ShowLibraryLog() { LibraryLog::Get().Show(); }
 std::vector<std::string> TakeLibraryErrors() { return LibraryLog::Get().TakeErrors(); }
 

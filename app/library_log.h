@@ -25,6 +25,22 @@ struct LibraryTally {
 };
 LibraryTally ReadLibraryTally();
 
+// What the video handle said during its last call, about the frame that it rendered.
+struct LibraryCall {
+  int frame_index = 0;  // the call's number in the sequence; 0 when nothing was rendered
+  int flag = 0;         // 3 shown in colour, 0 or 4 shown grey
+  bool subject = false;
+  // Milliseconds.
+  double wait = 0;    // for the segmentation
+  double roi = 0;     // looking for the subject in the mask
+  double filter = 0;  // removing small regions
+  double flow = 0;    // flash and motion check
+  double render = 0;
+  double total = 0;
+};
+// What was logged since the last time this was called.
+LibraryCall TakeLibraryCall();
+
 // Hands every line on to the library's own log, which VANTRO_LOG filters. Without it the program
 // shows none, and reports errors itself.
 void ShowLibraryLog();

@@ -14,6 +14,7 @@
 #include "app/interrupt.h"
 #include "app/library_log.h"
 #include "app/output_file.h"
+#include "app/photo/photo_file.h"
 #include "app/progress.h"
 #include "app/standard_output.h"
 #include "app/video_job.h"
@@ -26,6 +27,7 @@ constexpr int kMostThreads = 64;
 constexpr char kExamples[] = R"(Examples:
   vantro video talk.mp4 grey.mp4
   vantro video talk.mov grey.mp4 --contact-sheet sheet.png
+  vantro video talk.mp4 grey.mp4 --report scene.html
   vantro video talk.mp4 left.mkv --rect 0,0,640,720 --overwrite
   cat talk.mkv | vantro video - - | ffplay -
 
@@ -87,6 +89,14 @@ void ReportLibraryTroubles(const VideoOptions& options, Progress& progress) {
   }
 }
 
+void CheckReport(const VideoOptions& options) {
+  const std::string ending = std::filesystem::path(options.report).extension();
+  if (ending != ".html" && ending != ".htm") {
+    throw UsageError("--report " + options.report + ": must end in .html");
+  }
+  CheckDifferent(options.input, options.report, "--report");
+}
+
 int RunVideo(const VideoOptions& options) {
   const bool to_pipe = options.output == "-";
   ContainerOf(options.output);  // an unknown ending is refused before anything is opened
@@ -95,6 +105,7 @@ int RunVideo(const VideoOptions& options) {
   if (!options.contact_sheet.empty()) {
     CheckDifferent(options.input, options.contact_sheet, "--contact-sheet");
   }
+  if (!options.report.empty()) CheckReport(options);
   RouteFFmpegLog(options.verbose);
   StartLibraryLog(options.verbose);
 
@@ -108,6 +119,7 @@ int RunVideo(const VideoOptions& options) {
   }
   std::optional<OutputFile> output;
   std::optional<OutputFile> sheet;
+  std::optional<OutputFile> report;
   std::string address = "pipe:" + std::to_string(standard_output.descriptor());
   if (!to_pipe) {
     output.emplace(options.output, options.overwrite);
@@ -115,6 +127,7 @@ int RunVideo(const VideoOptions& options) {
     InterruptWatch::RemoveOnAbort(output->working_path());
   }
   if (!options.contact_sheet.empty()) sheet.emplace(options.contact_sheet, options.overwrite);
+  if (!options.report.empty()) report.emplace(options.report, options.overwrite);
 
   VideoJob job(options, address, progress);
   job.Run();
@@ -124,6 +137,11 @@ int RunVideo(const VideoOptions& options) {
     if (sheet) {
       job.contact_sheet()->Draw().SavePng(sheet->working_path(), options.contact_sheet);
       sheet->Commit();
+    }
+    if (report) {
+      const std::string page = job.report()->Page(options.input);
+      WriteBytes({page.begin(), page.end()}, report->working_path(), options.report);
+      report->Commit();
     }
     if (output) output->Commit();
     ReportLibraryTroubles(options, progress);
@@ -160,6 +178,11 @@ void AddVideoCommand(CLI::App& program, std::function<int()>& chosen) {
       ->type_name("X,Y,W,H");
   AddEngineOption(*command, options->engine);
   AddContactSheetOption(*command, options->contact_sheet);
+  command
+      ->add_option(
+          "--report", options->report,
+          "Also write a page that plots subject, flashes, motion and times over the frames")
+      ->type_name("FILE.html");
   command
       ->add_option("--threads", options->threads,
                    "Threads of the decoder and of the encoder, up to 64; 0 (default) for one a "

@@ -41,6 +41,7 @@ void VideoJob::Open(const AVFrame& first) {
   const AVRational pixel_shape = reader_.pixel_shape(first);
   session_.emplace(shape, options_.rect);
   if (!options_.contact_sheet.empty()) sheet_.emplace(shape, converter_->colour(), pixel_shape);
+  if (!options_.report.empty()) report_.emplace(shape, converter_->colour(), pixel_shape);
   const std::string output_name = options_.output == "-" ? "standard output" : options_.output;
   writer_.emplace(VideoWriter::Settings{.name = output_name,
                                         .address = address_,
@@ -71,10 +72,9 @@ void VideoJob::Run() {
 void VideoJob::Render(const AVFrame& frame) {
   uint8_t* const picture = session_->input();
   Timed(times_.decode, [&] { converter_->Convert(frame, picture); });
-  if (sheet_) {
-    const AVRational unit = reader_.stream().time_base;
-    sheet_->AddBefore(read_, static_cast<double>(frame.pts) * av_q2d(unit), picture);
-  }
+  const double seconds = static_cast<double>(frame.pts) * av_q2d(reader_.stream().time_base);
+  if (sheet_) sheet_->AddBefore(read_, seconds, picture);
+  if (report_) report_->AddBefore(seconds, picture);
   ++read_;
   Write(Timed(times_.process, [&] { return session_->Feed(); }));
   newest_ = {frame.pts, FrameDuration(frame)};
@@ -84,8 +84,8 @@ void VideoJob::Render(const AVFrame& frame) {
 void VideoJob::Write(const uint8_t* rendered) {
   if (rendered != nullptr) {
     if (sheet_) sheet_->AddAfter(written_, rendered);
-    Timed(times_.encode,
-          [&] { writer_->WriteFrame(rendered, newest_.pts, newest_.duration); });
+    if (report_) report_->AddAfter(rendered, session_->facts());
+    Timed(times_.encode, [&] { writer_->WriteFrame(rendered, newest_.pts, newest_.duration); });
     ++written_;
   }
   for (auto& audio = reader_.audio_packets(); !audio.empty(); audio.pop_front()) {

@@ -10,6 +10,7 @@
 #include "app/effect_session.h"
 #include "app/frame_convert.h"
 #include "app/progress.h"
+#include "app/report/scene_report.h"
 #include "app/video_reader.h"
 #include "app/video_writer.h"
 
@@ -20,6 +21,7 @@ struct VideoOptions {
   std::string output;
   std::string engine;         // empty: the one the library finds
   std::string contact_sheet;  // empty: none
+  std::string report;         // empty: none
   FrameFormat format = kFrameFormats[0];
   std::optional<Rect_t> rect;
   int threads = 0;
@@ -47,6 +49,7 @@ class VideoJob {
   const PhaseTimes& times() const { return times_; }
   const FrameShape& shape() const { return converter_->shape(); }
   const std::optional<ContactSheet>& contact_sheet() const { return sheet_; }
+  const std::optional<SceneReport>& report() const { return report_; }
 
  private:
   struct FrameTimes {
@@ -67,6 +70,7 @@ class VideoJob {
   std::optional<EffectSession> session_;
   std::optional<VideoWriter> writer_;
   std::optional<ContactSheet> sheet_;
+  std::optional<SceneReport> report_;
   FrameTimes newest_{};  // of the frame inside the session
   int64_t read_ = 0;
   int64_t written_ = 0;
