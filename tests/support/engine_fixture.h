@@ -6,19 +6,12 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <iterator>
-
 #include "tests/scripted_engine/scripted_engine.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/threads.h"
 #include "tests/support/tracking_pool.h"
 
 namespace vantro::test {
-
-inline int ThreadCount() {
-  const std::filesystem::directory_iterator tasks("/proc/self/task");
-  return static_cast<int>(std::distance(begin(tasks), end(tasks)));
-}
 
 class EngineFixture : public ::testing::Test {
  protected:
@@ -28,10 +21,10 @@ class EngineFixture : public ::testing::Test {
     script_ = reinterpret_cast<EngineScript* (*)()>(dlsym(engine_, "Plimra_Script"))();
     *script_ = EngineScript();
     Properties().clear();
-    threads_before_ = ThreadCount();
+    threads_before_ = CountThreads();
   }
   void TearDown() override {
-    EXPECT_EQ(ThreadCount(), threads_before_);
+    EXPECT_TRUE(ThreadsComeDownTo(threads_before_)) << CountThreads() << " threads";
     EXPECT_EQ(script_->alive, 0) << "engines not destroyed";
     *script_ = EngineScript();
     dlclose(engine_);

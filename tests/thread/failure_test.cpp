@@ -8,9 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <thread>
 #include <utility>
@@ -18,6 +16,7 @@
 
 #include "tests/support/failing_malloc.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/threads.h"
 #include "vantro/thread.h"
 
 namespace {
@@ -83,22 +82,6 @@ constexpr char kTag[] = "QZA_MVANTRO";
 constexpr int32_t kThreads = 3;
 constexpr MThreadAttr kUnpinned = {-1, 0, "failing"};
 
-size_t CountThreads() {
-  size_t count = 0;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
-    count += entry.exists() ? 1u : 0u;
-  }
-  return count;
-}
-
-// A joined thread may stay in the list for a moment.
-bool ThreadsComeDownTo(size_t count) {
-  for (int i = 0; i < 1000 && CountThreads() > count; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return CountThreads() == count;
-}
-
 struct Failure {
   int malloc_at;  // -1: none
   std::vector<std::pair<Call, int>> at;
@@ -129,7 +112,7 @@ TEST(ThreadFailure, EveryFailurePointLeavesNothingBehind) {
       {1, {}, {"Failed to Allocate Memory of " + std::to_string(sizeof(MThreadPool)) + "!"}},
   };
   std::thread([] {}).join();  // the thread sanitizer starts a helper with the first thread
-  const size_t threads_before = CountThreads();
+  const int threads_before = CountThreads();
   for (Failure failure : failures_to_try) {
     SCOPED_TRACE(failure.errors.front());
     failures = &failure.at;

@@ -1,0 +1,29 @@
+// Threads of this process, as the kernel lists them.
+#ifndef VANTRO_TESTS_SUPPORT_THREADS_H_
+#define VANTRO_TESTS_SUPPORT_THREADS_H_
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+namespace vantro::test {
+
+inline int CountThreads() {
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+    count += entry.exists() ? 1 : 0;
+  }
+  return count;
+}
+
+// A joined thread may stay in the list for a moment.
+inline bool ThreadsComeDownTo(int count) {
+  for (int i = 0; i < 1000 && CountThreads() > count; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return CountThreads() <= count;
+}
+
+}  // namespace vantro::test
+
+#endif  // VANTRO_TESTS_SUPPORT_THREADS_H_
