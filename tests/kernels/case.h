@@ -1,0 +1,82 @@
+// One random call of an operation: its sizes, its buffers, and everything that it left behind.
+#ifndef VANTRO_TESTS_KERNELS_CASE_H_
+#define VANTRO_TESTS_KERNELS_CASE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/support/guarded_buffer.h"
+#include "vantro/algo_context.h"
+#include "vantro/vantro.h"
+
+namespace vantro::test {
+
+// The same seed draws the same case on every machine. Buffers end at an inaccessible page, start at
+// whatever address that gives, and have guard bytes in front; inputs cannot be written.
+class Case {
+ public:
+  explicit Case(uint32_t seed);
+  ~Case();
+  Case(const Case&) = delete;
+  Case& operator=(const Case&) = delete;
+
+  int Int(int low, int high);  // both included
+  float Float(float low, float high);
+  bool OneIn(int n) { return Int(1, n) == 1; }
+  // A row length: mostly short, often one beside a multiple of 16, at most 300.
+  int Size(int least = 1);
+  // Bytes or elements from one row to the next: the row itself or somewhat more.
+  int Pitch(int row);
+
+  // Random bytes; a mask has few values, with regions of some size.
+  const uint8_t* In(int64_t bytes);
+  uint8_t* Out(int64_t bytes);
+  uint8_t* Mask(int width, int height);
+  // Random floats between the bounds, mostly with fractions.
+  const float* FloatsIn(int64_t count, float low, float high);
+  float* FloatsOut(int64_t count, float low, float high);
+  int32_t* IntsOut(int64_t count, int32_t low, int32_t high);
+
+  // A rows x row image whose last row has no padding behind it.
+  static int64_t Plane(int row, int rows, int pitch) { return int64_t{pitch} * (rows - 1) + row; }
+  static int64_t SemiPlanar(int width, int height, int stride) {
+    return int64_t{stride} * height + Plane(width / 2 * 2, height / 2, stride);
+  }
+  static int64_t Packed(int width, int height, int stride) {
+    return Plane((width + 1) / 2 * 4, height, 2 * stride);
+  }
+
+  AlgoCxt* context() { return context_; }
+
+  // What the operation returned.
+  void Result(int64_t value) { results_.push_back(value); }
+  // A parameter, for messages.
+  template <typename... Values>
+  void Note(const Values&... values) {
+    ((notes_ += std::to_string(values) + " "), ...);
+  }
+
+  const std::string& notes() const { return notes_; }
+  // Everything that the operation could write, one entry a buffer, then the results.
+  std::vector<std::vector<uint8_t>> Outcome() const;
+  bool guards_intact() const;
+
+ private:
+  GuardedBuffer& NewBuffer(int64_t bytes, bool output);
+  uint8_t* Floats(int64_t count, float low, float high, bool output);
+
+  std::mt19937 random_;
+  std::vector<std::unique_ptr<GuardedBuffer>> buffers_;
+  std::vector<const GuardedBuffer*> outputs_;
+  std::vector<int64_t> results_;
+  std::string notes_;
+  AlgoCxt* context_;
+};
+
+}  // namespace vantro::test
+
+#endif  // VANTRO_TESTS_KERNELS_CASE_H_
