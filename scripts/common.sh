@@ -35,6 +35,8 @@ build() {
   shift
   if command -v ccache >/dev/null; then
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    # What one clone has compiled serves another.
+    export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
   fi
   say "configuring and building ($preset)"
   (cd "$root" && cmake --preset "$preset" >"$root/build/configure-$preset.log" 2>&1) || {
