@@ -74,7 +74,7 @@ void ResizeStraight(const PlaneResize& plane, int dst_width, int dst_height, uin
 
 void ResizeRotated(const PlaneResize& plane, int dst_width, int dst_height, uint8_t* dst,
                    int64_t dst_pitch) {
-  constexpr int kTile = 16;  // destination columns made before they are turned
+  constexpr int kTile = 32;  // destination columns made before they are turned
   alignas(64) uint8_t tile[kTile][kStripColumns];
   for (int first = 0; first < dst_height;) {
     const int count = std::min(kStripColumns, dst_height - first);

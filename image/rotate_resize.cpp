@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "image/plane_resize.h"
+#include "image/strided_copy.h"
 #include "image/transpose.h"
 #include "vantro/image.h"
 
@@ -33,21 +34,7 @@ struct Rotation {
   int64_t plane_size() const { return int64_t{dst_width} * dst_height; }
 };
 
-template <int step>
-void CopyEvery(const uint8_t* src, int count, uint8_t* out) {
-  for (int64_t i = 0; i < count; ++i) out[i] = src[i * step];
-}
-
-// out[i] = src[i * step]
-void CopyStrided(const uint8_t* src, int64_t step, int count, uint8_t* out) {
-  // With the step known the compiler makes vectors of the loop.
-  if (step == 1) return CopyEvery<1>(src, count, out);
-  if (step == 2) return CopyEvery<2>(src, count, out);
-  if (step == 4) return CopyEvery<4>(src, count, out);
-  for (int64_t i = 0; i < count; ++i) out[i] = src[i * step];
-}
-
-// The same with i * step limited to `last`, from first * step on.
+// out[i] = src[(first + i) * step], the index limited to `last`.
 void CopyStridedLimited(const uint8_t* src, int64_t step, int64_t first, int64_t last, int count,
                         uint8_t* out) {
   const int64_t begin = first * step;
@@ -61,16 +48,18 @@ void CopyStridedLimited(const uint8_t* src, int64_t step, int64_t first, int64_t
 // samples of source columns first to first + count - 1 after scaling.
 template <typename SampleRow>
 void RotateSampled(const Rotation& r, int first_column, uint8_t* dst, SampleRow sample_row) {
-  constexpr int kTile = 64;
-  constexpr int kRun = 128;
+  constexpr int kTile = 32;
+  constexpr int kRun = 512;
   alignas(64) uint8_t tile[kTile][kRun];
   for (int k = 0; k < r.dst_height; k += kRun) {
     const int run = std::min(kRun, r.dst_height - k);
     uint8_t* const bottom = dst + (int64_t{r.dst_height} - 1 - k) * r.dst_pitch;
     for (int x = first_column; x < r.dst_width; x += kTile) {
-      const int columns = std::min(kTile, r.dst_width - x);
-      for (int i = 0; i < columns; ++i) sample_row(x + i, k, run, tile[i]);
-      TransposeUpwards(tile[0], kRun, columns, run, bottom + x, r.dst_pitch);
+      // Whole tiles turn faster: the last one overlaps the one before.
+      const int column = std::max(std::min(x, r.dst_width - kTile), first_column);
+      const int columns = std::min(kTile, r.dst_width - column);
+      for (int i = 0; i < columns; ++i) sample_row(column + i, k, run, tile[i]);
+      TransposeUpwards(tile[0], kRun, columns, run, bottom + column, r.dst_pitch);
     }
   }
 }
@@ -95,13 +84,23 @@ void RotateChromaByAddress(const Rotation& r, uint8_t* dst) {
   const int64_t step = r.step();
   const int64_t last_pair =
       (int64_t{r.src_height / 2} - 1) * r.src_stride + (r.src_width / 2 - 1) * 2;
+  if (step < 2) {
+    // Half a step is none: every column samples the first row.
+    for (int channel = 0; channel < 2; ++channel) {
+      uint8_t* const plane = dst + channel * r.plane_size();
+      for (int k = 0; k < r.dst_height; ++k) {
+        std::fill_n(plane + (int64_t{r.dst_height} - 1 - k) * r.dst_pitch, r.dst_width,
+                    r.chroma()[std::min(k * step, last_pair) + channel]);
+      }
+    }
+    return;
+  }
   for (int channel = 0; channel < 2; ++channel) {
-    const uint8_t* const plane = r.chroma() + channel;
     RotateSampled(
         r, 0, dst + channel * r.plane_size(), [&](int x, int first, int count, uint8_t* out) {
-          const int64_t row =
-              std::min(std::min<int64_t>(step / 2 * x, r.src_height) * r.src_stride, last_pair);
-          CopyStridedLimited(plane + row, step, first, last_pair - row, count, out);
+          const int64_t rows = std::min<int64_t>(step / 2 * x, r.src_height);
+          const int64_t row = std::min(rows * r.src_stride, last_pair);
+          CopyStridedLimited(r.chroma() + channel + row, step, first, last_pair - row, count, out);
         });
   }
 }
@@ -112,12 +111,12 @@ void RotateChromaByPairs(const Rotation& r, uint8_t* dst) {
   const int64_t step = r.step() / 2;
   const int64_t last_pair = (r.src_width / 2 - 1) * 2;
   for (int channel = 0; channel < 2; ++channel) {
-    const uint8_t* const plane = r.chroma() + channel;
-    RotateSampled(
-        r, 0, dst + channel * r.plane_size(), [&](int x, int first, int count, uint8_t* out) {
-          const int64_t row = std::min<int64_t>(x * step, r.src_height / 2 - 1);
-          CopyStridedLimited(plane + row * r.src_stride, 2 * step, first, last_pair, count, out);
-        });
+    RotateSampled(r, 0, dst + channel * r.plane_size(),
+                  [&](int x, int first, int count, uint8_t* out) {
+                    const int64_t row = std::min<int64_t>(x * step, r.src_height / 2 - 1);
+                    CopyStridedLimited(r.chroma() + channel + row * r.src_stride, 2 * step, first,
+                                       last_pair, count, out);
+                  });
   }
 }
 

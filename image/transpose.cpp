@@ -90,10 +90,13 @@ void TransposeUpwards(const uint8_t* src, int64_t src_pitch, int rows, int colum
                       int64_t dst_pitch) {
   constexpr int kTile = 64;
   const auto turn = VANTRO_KERNEL(TurnTile);
+  // The last tiles overlap those before, so that all of them are whole where the plane allows.
   for (int k = 0; k < columns; k += kTile) {
+    const int column = std::max(std::min(k, columns - kTile), 0);
     for (int x = 0; x < rows; x += kTile) {
-      turn(src + x * src_pitch + k, src_pitch, std::min(kTile, rows - x),
-           std::min(kTile, columns - k), dst - k * dst_pitch + x, dst_pitch);
+      const int row = std::max(std::min(x, rows - kTile), 0);
+      turn(src + row * src_pitch + column, src_pitch, std::min(kTile, rows),
+           std::min(kTile, columns), dst - column * dst_pitch + row, dst_pitch);
     }
   }
 }

@@ -38,8 +38,9 @@ void RotateLumaBilinear(benchmark::State& state) {
   });
 }
 void RotateNv21ByAddress(benchmark::State& state) {
-  Run(state, kPixels * 3 / 2, kPixels * 3, [](const uint8_t* src, uint8_t* dst) {
-    resizeNV21RotateMinus90_X(src, dst, kWidth, kHeight, kWidth, kHeight, kWidth);
+  const auto step = static_cast<int>(state.range(0));
+  Run(state, kPixels * 3 / 2, kPixels * 3, [step](const uint8_t* src, uint8_t* dst) {
+    resizeNV21RotateMinus90_X(src, dst, kWidth, kHeight, kWidth, kHeight / step, kWidth / step);
   });
 }
 void RotateNv21ByPairs(benchmark::State& state) {
@@ -80,7 +81,7 @@ BENCHMARK(RotateLumaByStep)->Arg(1)->Arg(2);
 BENCHMARK(Copy)->Arg(kPixels * 2)->Arg(kPixels * 5 / 4);
 BENCHMARK(RotateLumaBilinear);
 BENCHMARK(Copy)->Arg(kPixels * 25 / 16);
-BENCHMARK(RotateNv21ByAddress);
+BENCHMARK(RotateNv21ByAddress)->Arg(1)->Arg(2);
 BENCHMARK(Copy)->Arg(kPixels * 9 / 2);
 BENCHMARK(RotateNv21ByPairs);
 BENCHMARK(Copy)->Arg(kPixels * 9 / 4);

@@ -1,0 +1,13 @@
+#ifndef VANTRO_IMAGE_STRIDED_COPY_H_
+#define VANTRO_IMAGE_STRIDED_COPY_H_
+
+#include <cstdint>
+
+namespace vantro {
+
+// out[i] = src[i * step]; the two do not overlap.
+void CopyStrided(const uint8_t* src, int64_t step, int count, uint8_t* out);
+
+}  // namespace vantro
+
+#endif  // VANTRO_IMAGE_STRIDED_COPY_H_
