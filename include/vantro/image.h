@@ -12,7 +12,7 @@
 //   UYVY    h rows of 2*stride bytes, two pixels U,Y0,V,Y1
 //   BGR     three bytes a pixel, blue first; rows of 3*w bytes
 // Sizes are halved towards zero; the last column and row of an odd frame share the last pair that
-// the chroma plane holds.
+// the chroma plane holds. Without any chroma sample a pixel is grey (U = V = 128).
 #ifndef VANTRO_IMAGE_H_
 #define VANTRO_IMAGE_H_
 
@@ -64,12 +64,13 @@ VANTRO_API void convertI420ToRGBU8(unsigned char* dst, const unsigned char* src,
 VANTRO_API int YV16ToRGB(unsigned char* src, int width, int height, unsigned char* dst);
 
 // Rows rowBegin to rowEnd-1 of a UYVY frame, `stride` in pixels, to the same rows of a BGR image of
-// `width` columns. An odd last column reads U, Y and V of its own group. Returns 0.
+// `width` columns. An odd last column has U and Y of its own and takes V of the group before.
+// Returns 0.
 VANTRO_API int UYVYToRGB(unsigned char* src, int stride, int width, int rowBegin, int rowEnd,
                          unsigned char* dst);
 
 // BGR to UYVY, `dstStride` in pixels; a pair takes the chroma of its left pixel. An odd last column
-// writes the U and Y of its group. Returns 0.
+// writes the U and Y of its group alone. Returns 0.
 VANTRO_API int RGBToUYVY(unsigned char* src, int width, int height, unsigned char* dst,
                          int dstStride);
 
@@ -243,7 +244,7 @@ VANTRO_API void resizeUcharRGBChl(const unsigned char* src, unsigned char* dst, 
 
 // Refines the 8-bit `input` along the edges of the 8-bit `guide` (the two and `output` share their
 // geometry). `eps` is for intensities of 0..1. `context` is null or a work area of
-// 4 * halfW * halfH bytes, aligned to 2, with halfW = (width+1)/2, halfH = (height+1)/2.
+// 4 * halfW * halfH bytes for the planes of a and b, with halfW = (width+1)/2, halfH = (height+1)/2.
 // Returns 0, also when the filter itself refused its arguments (the output is then 128
 // everywhere); -1000 when its own buffers cannot be had.
 VANTRO_API int guide_filter_acc(const unsigned char* guide, const unsigned char* input, int width,
@@ -260,7 +261,7 @@ VANTRO_API int guided_filter_fast_detail_optm2(const unsigned char* guide, const
                                                int stride, unsigned char* context);
 
 // Box mean of (2*radius+1)^2 floats; dst may be src. `context` is not used. Returns 0, or 1 when
-// its buffer cannot be had.
+// its buffer cannot be had or an argument is refused.
 VANTRO_API int boxfilter_iter_f(void* context, const float* src, float* dst, int width, int height,
                                 int stride, int radius);
 
