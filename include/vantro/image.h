@@ -244,9 +244,9 @@ VANTRO_API void resizeUcharRGBChl(const unsigned char* src, unsigned char* dst, 
 
 // Refines the 8-bit `input` along the edges of the 8-bit `guide` (the two and `output` share their
 // geometry). `eps` is for intensities of 0..1. `context` is null or a work area of
-// 4 * halfW * halfH bytes for the planes of a and b, with halfW = (width+1)/2, halfH = (height+1)/2.
-// Returns 0, also when the filter itself refused its arguments (the output is then 128
-// everywhere); -1000 when its own buffers cannot be had.
+// 4 * halfW * halfH bytes for the planes of a and b, with halfW = (width+1)/2, halfH =
+// (height+1)/2. Returns 0, also when the filter itself refused its arguments (the output is then
+// 128 everywhere); -1000 when its own buffers cannot be had.
 VANTRO_API int guide_filter_acc(const unsigned char* guide, const unsigned char* input, int width,
                                 int height, unsigned char radius, float eps, unsigned char* output,
                                 int stride, unsigned char* context);

@@ -14,19 +14,6 @@
 namespace vantro::test {
 namespace {
 
-struct Sizes {
-  int src_width;
-  int src_height;
-  int src_stride;
-  int dst_width;
-  int dst_height;
-};
-
-std::ostream& operator<<(std::ostream& out, const Sizes& s) {
-  return out << s.src_width << "/" << s.src_stride << "x" << s.src_height << " to " << s.dst_width
-             << "x" << s.dst_height;
-}
-
 std::vector<Sizes> RandomSizes(Random& random, int count) {
   std::vector<Sizes> sizes = {{1, 1, 1, 1, 1}, {1, 1, 3, 5, 5},       {2, 2, 2, 3, 3},
                               {3, 9, 3, 1, 1}, {700, 6, 700, 600, 4}, {90, 5, 90, 1030, 9}};

@@ -12,19 +12,6 @@
 namespace vantro::test {
 namespace {
 
-struct Sizes {
-  int src_width;
-  int src_height;
-  int src_stride;
-  int dst_width;
-  int dst_height;
-};
-
-std::ostream& operator<<(std::ostream& out, const Sizes& s) {
-  return out << s.src_width << "/" << s.src_stride << "x" << s.src_height << " to " << s.dst_width
-             << "x" << s.dst_height;
-}
-
 std::vector<Sizes> RandomSizes(Random& random, int count) {
   std::vector<Sizes> sizes = {{1, 1, 1, 1, 1},         {1, 1, 1, 4, 3},
                               {2, 2, 2, 5, 2},         {33, 50, 35, 50, 33},
