@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "vantro/motion.h"
-#ifdef VANTRO_BENCH_OPENCV
+#ifdef VANTRO_HAVE_OPENCV
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #endif
@@ -40,7 +40,7 @@ void BM_Blur(benchmark::State& state) {
 }
 BENCHMARK(BM_Blur)->Apply(Sizes);
 
-#ifdef VANTRO_BENCH_OPENCV
+#ifdef VANTRO_HAVE_OPENCV
 void BM_BlurOpenCv(benchmark::State& state) {
   cv::setNumThreads(1);
   const int width = static_cast<int>(state.range(0));
