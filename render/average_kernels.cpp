@@ -29,7 +29,7 @@ HWY_INLINE hn::Vec<Words> PairSums(Words dw, const uint8_t* at) {
 }
 
 // Stores lanes of 0 to 255 as bytes.
-HWY_INLINE void StoreLowBytes(Words dw, hn::Vec<Words> values, uint8_t* at) {
+HWY_INLINE void StoreLowBytes(hn::Vec<Words> values, uint8_t* at) {
   const hn::RebindToSigned<Words> di;
   const hn::Rebind<uint8_t, Words> dh;
   hn::StoreU(hn::DemoteTo(dh, hn::BitCast(di, values)), dh, at);
@@ -42,7 +42,7 @@ void Average2x2(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, size_t
   const Words dw;
   for (; i + hn::Lanes(dw) <= count; i += hn::Lanes(dw)) {
     const auto sum = PairSums(dw, upper + 2 * i) + PairSums(dw, lower + 2 * i);
-    StoreLowBytes(dw, hn::ShiftRight<2>(sum), dst + i);
+    StoreLowBytes(hn::ShiftRight<2>(sum), dst + i);
   }
 #endif
   for (; i < count; ++i) {
@@ -61,7 +61,7 @@ void AverageUp2x2(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, size
     const auto mean =
         hn::AverageRound(hn::AverageRound(EvenBytes(dw, top), hn::ShiftRight<8>(top)),
                          hn::AverageRound(EvenBytes(dw, bottom), hn::ShiftRight<8>(bottom)));
-    StoreLowBytes(dw, mean, dst + i);
+    StoreLowBytes(mean, dst + i);
   }
 #endif
   for (; i < count; ++i) {

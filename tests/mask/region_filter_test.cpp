@@ -69,7 +69,7 @@ TEST(RegionFilter, ClearsRegionsBelowThePercentage) {
 
 TEST(RegionFilter, KeepsARegionOfExactlyTheThreshold) {
   Context context;
-  for (const size_t pixels : {4, 5}) {
+  for (const int pixels : {4, 5}) {
     Bytes mask(100, 0);
     std::fill_n(mask.begin() + 20, pixels, uint8_t{1});
     EXPECT_EQ(connectionFilter(&context.algo, mask.data(), 10, 10, 5), 0);
