@@ -139,7 +139,8 @@ int RunVideo(const VideoOptions& options) {
       sheet->Commit();
     }
     if (report) {
-      const std::string page = job.report()->Page(options.input);
+      const std::string page =
+          job.report()->Page(options.input == "-" ? "standard input" : options.input);
       WriteBytes({page.begin(), page.end()}, report->working_path(), options.report);
       report->Commit();
     }

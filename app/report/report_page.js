@@ -181,8 +181,8 @@ function drawStack(top) {
 
 function drawFrames(y) {
   const room = Math.max(1, Math.floor((width() - LEFT - RIGHT) / 90));
-  const step = Math.max(1, roundUp((last - first + 1) / room));
-  for (let i = Math.ceil(first / step) * step; i <= last; i += Math.ceil(step)) {
+  const step = Math.ceil(roundUp(Math.max((last - first + 1) / room, 1)));
+  for (let i = Math.ceil(first / step) * step; i <= last; i += step) {
     const x = middleOf(i);
     plot.append(element('line', {x1: x, x2: x, y1: y, y2: y + 5, stroke: 'var(--soft)'}));
     plot.append(element('text', {x, y: y + 17, 'text-anchor': 'middle'}, i));
