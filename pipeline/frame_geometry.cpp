@@ -1,6 +1,7 @@
 #include "pipeline/frame_geometry.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace vantro {
 namespace {
@@ -33,6 +34,11 @@ int64_t FrameBytes(const Vantro_t& frame) {
 bool IsRenderedFormat(uint8_t yuv_format) {
   return yuv_format == VANTRO_FORMAT_NV21 || yuv_format == VANTRO_FORMAT_NV12 ||
          yuv_format == VANTRO_FORMAT_UYVY;
+}
+
+bool IsOversized(const Vantro_t& frame) {
+  return IsRenderedFormat(frame.yuv_format) &&
+         FrameBytes(frame) > std::numeric_limits<int32_t>::max();
 }
 
 Rect_t RenderRect(const Vantro_t& frame) {

@@ -15,6 +15,9 @@ int64_t FrameBytes(const Vantro_t& frame);
 // True if the stages render this format.
 bool IsRenderedFormat(uint8_t yuv_format);
 
+// True if the picture has more bytes than an int32 counts; no buffer of it is rendered.
+bool IsOversized(const Vantro_t& frame);
+
 // The rectangle to render: the record's own, or the whole frame when that is empty or does not lie
 // inside the frame; aux0 and aux1 are kept. Then widened to even positions and sizes where chroma
 // is shared: both axes for NV21, the horizontal axis for UYVY, none for the others.

@@ -1,5 +1,6 @@
 // The photo family: one still picture at a time, segmented and rendered on the caller's thread.
 #include "pipeline/context.h"
+#include "pipeline/frame_geometry.h"
 #include "pipeline/step_timer.h"
 #include "support/log.h"
 #include "support/timing_line.h"
@@ -109,7 +110,8 @@ int32_t VantroPhoto_Init(void** handle_kc, const char* xml_name, MemPool* pool) 
 int32_t VantroPhoto_Process(void* handle, Vantro_t* caller, VantroResult* result) {
   const Moment process_start = Now();
   VantroContext* open = OpenHandle(handle, kPhotoFamily);
-  if (open == nullptr || !IsUsableFrame(caller) || caller->last_yuv != nullptr) {
+  if (open == nullptr || !IsUsableFrame(caller) || caller->last_yuv != nullptr ||
+      IsOversized(*caller)) {
     VANTRO_LOGE(kTagPhoto, "input data is error!!!\n");
     return VANTRO_ERR_INPUT;
   }

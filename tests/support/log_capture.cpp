@@ -31,7 +31,9 @@ LogCapture::LogCapture() {
   capturing = true;
 }
 
-LogCapture::~LogCapture() {
+LogCapture::~LogCapture() { Stop(); }
+
+void LogCapture::Stop() {
   const std::lock_guard lock(mutex);
   capturing = false;
 }

@@ -33,6 +33,8 @@ class LogCapture {
   std::vector<std::string> timing_labels() const;
   bool contains(const std::string& text) const;
   void clear();
+  // Keeps no further line: for long runs.
+  void Stop();
 };
 
 // Values that __system_property_get answers; cleared by the caller.
