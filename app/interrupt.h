@@ -7,6 +7,11 @@
 
 namespace vantro::app {
 
+// Thrown where an interrupt ends the work before there is anything to keep.
+struct Interrupted {
+  int signal;
+};
+
 // Watches SIGINT, SIGTERM and SIGHUP for its lifetime; one at a time.
 class InterruptWatch {
  public:

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "app/failure.h"
+#include "app/interrupt.h"
 #include "app/photo_command.h"
 #include "app/video_command.h"
 
@@ -45,6 +46,9 @@ int main(int argc, char** argv) {
   } catch (const UsageError& error) {
     std::fprintf(stderr, "vantro: %s\n", error.what());
     return kExitUsage;
+  } catch (const Interrupted& interrupted) {
+    std::fprintf(stderr, "vantro: interrupted before the first frame; nothing was written\n");
+    return 128 + interrupted.signal;
   } catch (const std::bad_alloc&) {
     std::fprintf(stderr, "vantro: not enough memory\n");
   } catch (const std::exception& error) {

@@ -149,8 +149,8 @@ int RunVideo(const VideoOptions& options) {
     PrintSummary(options, job);
   }
   if (signal == 0) return 0;
-  progress.Note(job.frames() > 0 ? "interrupted; the frames rendered so far were kept"
-                                 : "interrupted before the first frame; nothing was written");
+  if (job.frames() == 0) throw Interrupted{signal};
+  progress.Note("interrupted; the frames rendered so far were kept");
   return 128 + signal;
 }
 

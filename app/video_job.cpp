@@ -61,6 +61,7 @@ void VideoJob::Run() {
     progress_.Update(written_, reader_.Progress(newest_.pts));
   }
   if (writer_) {
+    newest_.duration = reader_.LastDuration(newest_.pts, newest_.duration);
     Write(Timed(times_.process, [&] { return session_->Finish(); }));
     Timed(times_.encode, [&] { writer_->Finish(); });
   } else if (InterruptWatch::Signal() == 0) {

@@ -24,6 +24,12 @@ std::string Address(const std::string& path) {
                  (error ? error.message() : std::string("no such file; check the INPUT path")));
 }
 
+// A read that an interrupt broke off is no failure of the input.
+void CheckOpening(int code, const std::string& what) {
+  if (code < 0 && InterruptWatch::Signal() != 0) throw Interrupted{InterruptWatch::Signal()};
+  CheckFFmpeg(code, what);
+}
+
 InputPtr OpenInput(const std::string& path, const std::string& name) {
   const std::string address = Address(path);
   AVFormatContext* context = avformat_alloc_context();
@@ -33,7 +39,7 @@ InputPtr OpenInput(const std::string& path, const std::string& name) {
                                  nullptr};
   // On failure avformat_open_input releases the context itself.
   const int code = avformat_open_input(&context, address.c_str(), nullptr, nullptr);
-  if (code < 0) throw RunError(name + ": cannot be read as a video: " + FFmpegErrorText(code));
+  CheckOpening(code, name + ": cannot be read as a video");
   return InputPtr(context);
 }
 
@@ -45,7 +51,7 @@ VideoReader::VideoReader(const std::string& path, int threads, NoteSink note)
       input_(OpenInput(path, name_)),
       packet_(NewPacket()),
       frame_(NewFrame()) {
-  CheckFFmpeg(avformat_find_stream_info(input_.get(), nullptr), name_ + ": cannot be read");
+  CheckOpening(avformat_find_stream_info(input_.get(), nullptr), name_ + ": cannot be read");
   const AVCodec* codec = nullptr;
   const int index = av_find_best_stream(input_.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
   if (index == AVERROR_DECODER_NOT_FOUND) {
@@ -130,6 +136,7 @@ void VideoReader::SetTimes(AVFrame& frame) {
     pts = last_pts_ == AV_NOPTS_VALUE ? 0 : last_pts_ + std::max<int64_t>(last_duration_, 1);
   }
   if (last_pts_ != AV_NOPTS_VALUE) pts = std::max(pts, last_pts_ + 1);
+  ++frames_;
   last_pts_ = pts;
   last_duration_ = duration;
   frame.pts = pts;
@@ -141,8 +148,8 @@ void VideoReader::SetTimes(AVFrame& frame) {
 }
 
 AVRational VideoReader::pixel_shape(const AVFrame& frame) const {
-  const AVRational stored = frame.sample_aspect_ratio.num > 0 ? frame.sample_aspect_ratio
-                                                              : stream_->sample_aspect_ratio;
+  const AVRational stored =
+      frame.sample_aspect_ratio.num > 0 ? frame.sample_aspect_ratio : stream_->sample_aspect_ratio;
   return orientation().swap_axes && stored.num > 0 ? av_inv_q(stored) : stored;
 }
 
@@ -150,6 +157,16 @@ int64_t VideoReader::StartOf(const AVStream& stream) const {
   const bool free_clock = (input_->iformat->flags & AVFMT_TS_DISCONT) != 0;
   if (!free_clock || input_->start_time == AV_NOPTS_VALUE) return 0;
   return av_rescale_q(input_->start_time, AV_TIME_BASE_Q, stream.time_base);
+}
+
+// A frame is shown until the next one; only the end of the whole video tells how long the last one
+// is. A video that breaks off before its end does not count.
+int64_t VideoReader::LastDuration(int64_t pts, int64_t duration) const {
+  const bool exact = input_->duration_estimation_method == AVFMT_DURATION_FROM_STREAM &&
+                     stream_->duration > 0 && stream_->start_time != AV_NOPTS_VALUE;
+  if (!exact || frames_ != stream_->nb_frames) return duration;
+  const int64_t left = stream_->start_time + stream_->duration - pts;
+  return left > 0 ? left : duration;
 }
 
 double VideoReader::Progress(int64_t pts) const {

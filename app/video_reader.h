@@ -15,8 +15,8 @@ namespace vantro::app {
 
 class VideoReader {
  public:
-  // Opens `path`, or standard input for "-". `threads` is the decoder's number of threads, 0 for one
-  // a processor. Throws RunError.
+  // Opens `path`, or standard input for "-". `threads` is the decoder's number of threads, 0 for
+  // one a processor. Throws RunError.
   VideoReader(const std::string& path, int threads, NoteSink note);
 
   // The next frame in the order of display, valid until the next call; null at the end of the input
@@ -36,6 +36,9 @@ class VideoReader {
   // What to take off every time stamp of a stream: nothing, but for containers whose clock starts
   // anywhere.
   int64_t StartOf(const AVStream& stream) const;
+  // Display time of the last frame of the input, at `pts`, when the container tells where the video
+  // ends; otherwise `duration`. To be asked after Next() returned null.
+  int64_t LastDuration(int64_t pts, int64_t duration) const;
   // Share of the input that lies before `pts`, 0 to 1; negative when unknown.
   double Progress(int64_t pts) const;
 
@@ -57,6 +60,7 @@ class VideoReader {
   int64_t damaged_packets_ = 0;
   int64_t last_pts_ = AV_NOPTS_VALUE;
   int64_t last_duration_ = 0;
+  int64_t frames_ = 0;
 };
 
 }  // namespace vantro::app

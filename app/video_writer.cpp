@@ -72,7 +72,7 @@ VideoWriter::~VideoWriter() = default;
 
 void VideoWriter::OpenEncoder(const Settings& settings) {
   const AVCodec* codec = raw_ ? avcodec_find_encoder(AV_CODEC_ID_WRAPPED_AVFRAME)
-                             : avcodec_find_encoder_by_name("libx264");
+                              : avcodec_find_encoder_by_name("libx264");
   if (codec == nullptr) {
     throw RunError("FFmpeg's libraries have no H.264 encoder (libx264); write a .y4m file instead");
   }
@@ -105,6 +105,12 @@ void VideoWriter::OpenEncoder(const Settings& settings) {
   if (!raw_) {
     av_opt_set(encoder_->priv_data, "crf", kQuality, 0);
     av_opt_set(encoder_->priv_data, "preset", kPreset, 0);
+    // Otherwise the stream's own timing notes take each tick of the time base for a frame. Frames
+    // keep their times in either case.
+    const AVStream& from = reader_.stream();
+    if (av_cmp_q(from.avg_frame_rate, from.r_frame_rate) == 0) {
+      av_opt_set(encoder_->priv_data, "x264-params", "force-cfr=1", 0);
+    }
   }
   CheckFFmpeg(avcodec_open2(encoder_.get(), codec, nullptr),
               name_ + ": the video encoder cannot start");

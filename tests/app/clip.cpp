@@ -205,6 +205,7 @@ StoredVideo ReadClip(const std::string& path) {
   avcodec_parameters_to_context(decoder.get(), stream->codecpar);
   EXPECT_GE(avcodec_open2(decoder.get(), codec, nullptr), 0);
   result.codec = codec->name;
+  if (stream->duration > 0) result.length = Microseconds(stream->duration, stream->time_base);
   result.width = stream->codecpar->width;
   result.height = stream->codecpar->height;
   const auto pixels = static_cast<AVPixelFormat>(stream->codecpar->format);

@@ -44,9 +44,10 @@ struct StoredVideo {
   std::string pixel_format;
   int width = 0;
   int height = 0;
-  std::vector<StoredPacket> video;     // in the order of their times
-  std::vector<StoredPacket> audio;     // empty without audio
-  std::vector<PlanarFrame> decoded;    // 4:2:0 frames of the video
+  int64_t length = 0;                // of the video in microseconds, 0 when the file does not tell
+  std::vector<StoredPacket> video;   // in the order of their times
+  std::vector<StoredPacket> audio;   // empty without audio
+  std::vector<PlanarFrame> decoded;  // 4:2:0 frames of the video
 };
 
 struct ClipSettings {

@@ -35,7 +35,25 @@ TEST_F(VideoTimes, OfFramesAreKept) {
                   static_cast<double>(tolerance))
           << "frame " << i;
     }
+    // The last frame, too, is shown as long as before; Matroska does not say how long.
+    if (std::string(name) != "out.mkv") {
+      EXPECT_EQ(after.length, before.length);
+    }
   }
+}
+
+TEST_F(VideoTimes, OfASteadyVideoAreSteady) {
+  const std::vector<int64_t> times = {0, 24, 48, 72, 96, 120, 144, 168, 192, 216};
+  WriteClip(Path("in.mp4"), Frames(times.size()), {.times = times});
+  const Result result = Video({Path("in.mp4"), Path("out.mp4")});
+  ASSERT_EQ(result.status, 0) << result.errors;
+  const StoredVideo after = ReadClip(Path("out.mp4"));
+  ASSERT_EQ(after.video.size(), times.size());
+  for (size_t i = 0; i < times.size(); ++i) {
+    EXPECT_EQ(after.video[i].pts, static_cast<int64_t>(i) * 40000) << "frame " << i;
+    EXPECT_EQ(after.video[i].duration, 40000) << "frame " << i;
+  }
+  EXPECT_EQ(after.length, static_cast<int64_t>(times.size()) * 40000);
 }
 
 TEST_F(VideoTimes, AndBytesOfAudioAreKept) {

@@ -61,16 +61,21 @@ TEST_F(VideoInterrupt, KeepsWhatWasRendered) {
   }
 }
 
+// While the program waits for the head of the video, and while it waits for a whole frame.
 TEST_F(VideoInterrupt, BeforeTheFirstFrameLeavesNothing) {
-  OpenPipe();
-  RunningProgram program(Arguments("out.mp4"), ends_[0], folder_.string() + ".stdout");
-  // Not a whole frame, so the program cannot get past it.
-  Feed("YUV4MPEG2 W64 H48 F25:1\nFRAME\n");
-  while (Files().empty()) usleep(1000);  // its working file
-  program.Signal(SIGINT);
-  EXPECT_EQ(program.Wait(), 130) << program.errors();
-  ClosePipe();
-  EXPECT_TRUE(Files().empty());
+  for (const std::string fed : {"", "YUV4MPEG2 W64 H48 F25:1\nFRAME\n"}) {
+    SCOPED_TRACE(fed);
+    OpenPipe();
+    RunningProgram program(Arguments("out.mp4"), ends_[0], folder_.string() + ".stdout");
+    Feed(fed);
+    while (Files().empty()) usleep(1000);  // its working file
+    program.Signal(SIGINT);
+    EXPECT_EQ(program.Wait(), 130) << program.errors();
+    EXPECT_NE(program.errors().find("interrupted before the first frame"), std::string::npos)
+        << program.errors();
+    ClosePipe();
+    EXPECT_TRUE(Files().empty());
+  }
 }
 
 }  // namespace
