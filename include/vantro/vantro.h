@@ -154,8 +154,8 @@ VANTRO_API int32_t VantroPhoto_Init(void** handle_kc, const char* xml_name, MemP
  * independent of each other. `result` may be null; its fields are set to -1 once the picture has
  * been segmented.
  *
- * Returns 0; -2001 when the handle or the record is refused (`last_yuv` must be null); -1 when the
- * engine failed. After a failure the picture is unchanged.
+ * Returns 0; -2001 when the handle or the record is refused (`last_yuv` must be null, the picture
+ * less than 2^31 bytes); -1 when the engine failed. After a failure the picture is unchanged.
  */
 VANTRO_API int32_t VantroPhoto_Process(void* handle, Vantro_t* kc_para, VantroResult* result);
 
