@@ -1,12 +1,6 @@
 #include "tests/pipeline/loader_faults.h"
 
-#include <dlfcn.h>
-
-// The sanitizers' runtime calls dlsym while it starts, when neither instrumented code nor the
-// intercepted functions of the C library can run yet.
-#define BEFORE_SANITIZERS \
-  __attribute__((no_sanitize("address"), no_sanitize("thread"), no_sanitize("undefined")))
-#define HOST_EXPORT extern "C" __attribute__((visibility("default"))) BEFORE_SANITIZERS
+#include <cstring>
 
 namespace vantro::test {
 
@@ -16,28 +10,22 @@ namespace {
 
 void* engine_library = nullptr;
 
-BEFORE_SANITIZERS bool Equal(const char* a, const char* b) {
-  if (a == nullptr || b == nullptr) return false;
-  for (; *a == *b; ++a, ++b) {
-    if (*a == '\0') return true;
-  }
-  return false;
-}
-
-// The next definition of a loader function behind this program's own; dlsym cannot be asked for
-// dlsym. The version is that of the C library which took the loader's functions in.
-BEFORE_SANITIZERS void* Next(const char* name) { return dlvsym(RTLD_NEXT, name, "GLIBC_2.34"); }
-
 }  // namespace
 }  // namespace vantro::test
 
 using vantro::test::loader;
 
-HOST_EXPORT void* dlopen(const char* file, int mode) noexcept {
-  const bool engine = vantro::test::Equal(file, "libPlimra.so");
+// The linker leads the library's calls here (-Wl,--wrap); the sanitizers' own are left alone.
+extern "C" {
+
+void* __real_dlopen(const char* file, int mode);
+void* __real_dlsym(void* library, const char* name);
+int __real_dlclose(void* library);
+
+void* __wrap_dlopen(const char* file, int mode) {
+  const bool engine = std::strcmp(file, "libPlimra.so") == 0;
   if (engine && loader.fail_open) return nullptr;
-  const auto next = reinterpret_cast<void* (*)(const char*, int)>(vantro::test::Next("dlopen"));
-  void* library = next(file, mode);
+  void* library = __real_dlopen(file, mode);
   if (engine && library != nullptr) {
     vantro::test::engine_library = library;
     ++loader.opens;
@@ -45,13 +33,15 @@ HOST_EXPORT void* dlopen(const char* file, int mode) noexcept {
   return library;
 }
 
-HOST_EXPORT void* dlsym(void* library, const char* name) noexcept {
-  if (vantro::test::Equal(name, loader.missing_symbol)) return nullptr;
-  return reinterpret_cast<void* (*)(void*, const char*)>(vantro::test::Next("dlsym"))(library,
-                                                                                      name);
+void* __wrap_dlsym(void* library, const char* name) {
+  const bool missing =
+      loader.missing_symbol != nullptr && std::strcmp(name, loader.missing_symbol) == 0;
+  return missing ? nullptr : __real_dlsym(library, name);
 }
 
-HOST_EXPORT int dlclose(void* library) noexcept {
+int __wrap_dlclose(void* library) {
   if (library == vantro::test::engine_library) ++loader.closes;
-  return reinterpret_cast<int (*)(void*)>(vantro::test::Next("dlclose"))(library);
+  return __real_dlclose(library);
 }
+
+}  // extern "C"

@@ -1,5 +1,5 @@
-// Faults of the dynamic loader: this test program defines dlopen, dlsym and dlclose, so the
-// library's calls pass through here.
+// Faults of the dynamic loader, for a test program that links the library's objects and wraps
+// dlopen, dlsym and dlclose.
 #ifndef VANTRO_TESTS_PIPELINE_LOADER_FAULTS_H_
 #define VANTRO_TESTS_PIPELINE_LOADER_FAULTS_H_
 
@@ -12,7 +12,6 @@ struct LoaderFaults {
   int closes;                  // of the same
 };
 
-// Plain data without a constructor: the sanitizers look symbols up before any has run.
 extern LoaderFaults loader;
 
 }  // namespace vantro::test
