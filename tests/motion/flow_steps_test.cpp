@@ -37,7 +37,9 @@ void ExpectExpansion(const Floats& image, int width, int height, const Expansion
 
 TEST(PolynomialExpansion, EqualsTheFormulaAtEverySizeReachAndLevel) {
   Random random(1);
-  for (const auto& [width, height] : kSides) {
+  for (const auto& [columns, rows] : kSides) {
+    const int width = columns;  // clang does not let a lambda capture the binding
+    const int height = rows;
     SCOPED_TRACE(testing::Message() << width << "x" << height);
     const Floats image = random.Floats(Area(width, height), 0.0f, 255.0f);
     for (const Expansion e : {Expansion{7, 1.5}, {7, 1.6}, {1, 0.7}, {3, 0.0}, {12, 3.0}}) {
@@ -113,7 +115,9 @@ Floats WithoutNan(Floats values) {
 
 TEST(FlowMatrices, EqualTheFormulaAtEverySizeAndLevel) {
   Random random(3);
-  for (const auto& [width, height] : kSides) {
+  for (const auto& [columns, rows] : kSides) {
+    const int width = columns;  // clang does not let a lambda capture the binding
+    const int height = rows;
     SCOPED_TRACE(testing::Message() << width << "x" << height);
     const Floats r0 = random.Floats(5 * Area(width, height), -20.0f, 20.0f);
     const Floats r1 = random.Floats(5 * Area(width, height), -20.0f, 20.0f);
@@ -146,7 +150,9 @@ TEST(FlowMatrices, WriteOnlyTheRowsAskedForThatExist) {
 
 TEST(FlowBoxUpdate, EqualsTheFormulaAtEverySizeBlockAndLevel) {
   Random random(5);
-  for (const auto& [width, height] : kSides) {
+  for (const auto& [columns, rows] : kSides) {
+    const int width = columns;  // clang does not let a lambda capture the binding
+    const int height = rows;
     const Floats terms = random.Floats(5 * Area(width, height), -50.0f, 400.0f);
     const Floats r0 = random.Floats(terms.size(), -20.0f, 20.0f);
     const Floats r1 = random.Floats(terms.size(), -20.0f, 20.0f);

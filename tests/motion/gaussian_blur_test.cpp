@@ -98,7 +98,9 @@ Bytes Spaced(const Bytes& rows, int width, int height, int stride, uint8_t fill)
 
 TEST(GaussianBlur, EqualsTheFormulaAtEverySizeLengthAndLevel) {
   Random random(1);
-  for (const auto& [width, height] : kSides) {
+  for (const auto& [columns, rows] : kSides) {
+    const int width = columns;  // clang does not let a lambda capture the binding
+    const int height = rows;
     const Bytes image = random.Noise(Area(width, height));
     for (int length = 3; length <= 13; length += 2) {
       for (const float sigma : {0.0f, 0.4f, 1.3f, 9.0f}) {
@@ -125,7 +127,9 @@ TEST(GaussianBlur, EqualsTheFormulaAtEverySizeLengthAndLevel) {
 TEST(GaussianBlur, MembersDivideByWhateverTheirWeightsSumTo) {
   Random random(2);
   for (size_t m = 0; m < std::size(kMembers); ++m) {
-    for (const auto& [width, height] : {std::pair{21, 9}, std::pair{70, 4}, std::pair{4, 30}}) {
+    for (const auto& [columns, rows] : {std::pair{21, 9}, std::pair{70, 4}, std::pair{4, 30}}) {
+      const int width = columns;
+      const int height = rows;
       const Bytes image = random.Noise(Area(width, height));
       for (const int largest : {0, 2, 40, 65535}) {
         Weights q(2 * m + 3);
