@@ -60,8 +60,9 @@ class Endurance : public EngineFixture {
     script().process = [](const SegmentCall& call) { return HostileSegment(call, 24, 20); };
   }
 
-  // `frames` frames through one handle from a pool of its own.
-  static void Run(bool photo, uint32_t seed, int frames) {
+  // `frames` frames through one handle from a pool of its own. The heap is looked at where no other
+  // thread uses it.
+  static void Run(bool photo, uint32_t seed, int frames, bool alone) {
     MemPool pool = {&HeapAlloc, &HeapFree};
     void* handle = nullptr;
     ASSERT_EQ((photo ? VantroPhoto_Init : Vantro_Init)(&handle, "", &pool), 0);
@@ -74,7 +75,9 @@ class Endurance : public EngineFixture {
         if (i == frames / 4) settled = HeapBytes();
       }
       // Buffers come and go between frames; a leak of one block a frame would be far above this.
-      EXPECT_LT(HeapBytes(), settled + (size_t{1} << 20));
+      if (alone) {
+        EXPECT_LT(HeapBytes(), settled + (size_t{1} << 20));
+      }
     }
     (photo ? VantroPhoto_Deinit : Vantro_Deinit)(&handle);
   }
@@ -82,14 +85,14 @@ class Endurance : public EngineFixture {
 
 TEST_F(Endurance, HostileFramesWithoutGrowth) {
   log_.Stop();
-  Run(false, 1, Rounds(200000));
-  Run(true, 2, Rounds(50000));
+  Run(false, 1, Rounds(200000), true);
+  Run(true, 2, Rounds(50000), true);
 }
 
 TEST_F(Endurance, TwoHandlesOnTwoThreads) {
   log_.Stop();
-  std::thread other([] { Run(false, 3, Rounds(50000)); });
-  Run(false, 4, Rounds(50000));
+  std::thread other([] { Run(false, 3, Rounds(50000), false); });
+  Run(false, 4, Rounds(50000), false);
   other.join();
 }
 
