@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <climits>
 #include <csignal>
 #include <cstring>
@@ -15,11 +16,21 @@ constexpr std::array kWatched = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t received = 0;
 std::array<struct sigaction, kWatched.size()> earlier;
-char abort_path[PATH_MAX];
+
+// Fixed, since a signal handler may not allocate; a picture and its mask for each of the workers.
+struct Slot {
+  enum State { kFree, kFilling, kAlive };
+  std::atomic<int> state;
+  char path[PATH_MAX];
+};
+std::array<Slot, 160> slots;
+static_assert(std::atomic<int>::is_always_lock_free);
 
 void Take(int signal_number) {
   if (received != 0) {
-    if (abort_path[0] != '\0') unlink(abort_path);
+    for (const Slot& slot : slots) {
+      if (slot.state == Slot::kAlive) unlink(slot.path);
+    }
     _exit(128 + signal_number);
   }
   received = signal_number;
@@ -37,14 +48,24 @@ InterruptWatch::InterruptWatch() {
 
 InterruptWatch::~InterruptWatch() {
   for (size_t i = 0; i < kWatched.size(); ++i) sigaction(kWatched[i], &earlier[i], nullptr);
-  RemoveOnAbort({});
 }
 
 int InterruptWatch::Signal() { return received; }
 
-void InterruptWatch::RemoveOnAbort(const std::string& path) {
-  abort_path[0] = '\0';
-  if (path.size() < sizeof(abort_path)) std::memcpy(abort_path, path.c_str(), path.size() + 1);
+AbortedFile::AbortedFile(const std::string& path) : slot_(-1) {
+  if (path.size() >= sizeof(Slot::path)) return;
+  for (size_t i = 0; i < slots.size(); ++i) {
+    int free = Slot::kFree;
+    if (!slots[i].state.compare_exchange_strong(free, Slot::kFilling)) continue;
+    std::memcpy(slots[i].path, path.c_str(), path.size() + 1);
+    slots[i].state = Slot::kAlive;
+    slot_ = static_cast<int>(i);
+    return;
+  }
+}
+
+AbortedFile::~AbortedFile() {
+  if (slot_ >= 0) slots[static_cast<size_t>(slot_)].state = Slot::kFree;
 }
 
 }  // namespace vantro::app

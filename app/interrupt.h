@@ -22,8 +22,19 @@ class InterruptWatch {
 
   // The signal that arrived, or 0.
   static int Signal();
-  // The file that a second signal removes before it ends the program; empty for none.
-  static void RemoveOnAbort(const std::string& path);
+};
+
+// A file that a second signal removes before it ends the program. When more of them are alive than
+// a run of this program needs, the rest stay behind.
+class AbortedFile {
+ public:
+  explicit AbortedFile(const std::string& path);
+  ~AbortedFile();
+  AbortedFile(const AbortedFile&) = delete;
+  AbortedFile& operator=(const AbortedFile&) = delete;
+
+ private:
+  int slot_;  // -1 for none
 };
 
 }  // namespace vantro::app

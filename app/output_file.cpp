@@ -31,6 +31,7 @@ OutputFile::OutputFile(const std::string& path, bool overwrite)
     if (!overwrite) throw RunError(ExistsMessage(path));
   }
   const std::string working = final_.string() + "." + std::to_string(getpid()) + ".part";
+  aborted_.emplace(working);
   const int file = open(working.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (file < 0) throw RunError(path + ": cannot be written: " + std::strerror(errno));
   close(file);

@@ -3,12 +3,16 @@
 #define VANTRO_APP_OUTPUT_FILE_H_
 
 #include <filesystem>
+#include <optional>
 #include <string>
+
+#include "app/interrupt.h"
 
 namespace vantro::app {
 
-// Creates an empty file beside the final one and takes its name at Commit. Without a commit the
-// file is removed again, and what stood under the final name stays.
+// Creates an empty file beside the final one and takes its name at Commit. Without a commit, and
+// when a second signal ends the program, the file is removed again; what stood under the final name
+// stays.
 class OutputFile {
  public:
   // Throws RunError when `path` exists and `overwrite` is false, when it is no regular file, or
@@ -26,6 +30,7 @@ class OutputFile {
   std::string shown_;            // the name as the user gave it
   std::filesystem::path final_;  // links followed, so that a link stays a link
   std::string working_;
+  std::optional<AbortedFile> aborted_;
   bool overwrite_;
 };
 

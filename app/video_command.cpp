@@ -124,7 +124,6 @@ int RunVideo(const VideoOptions& options) {
   if (!to_pipe) {
     output.emplace(options.output, options.overwrite);
     address = "file:" + output->working_path();
-    InterruptWatch::RemoveOnAbort(output->working_path());
   }
   if (!options.contact_sheet.empty()) sheet.emplace(options.contact_sheet, options.overwrite);
   if (!options.report.empty()) report.emplace(options.report, options.overwrite);

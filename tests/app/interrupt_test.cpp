@@ -1,17 +1,19 @@
-// Ctrl-C in the middle of a video.
+// Ctrl-C in the middle of a video, or of many pictures.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 
 #include "tests/app/clip.h"
+#include "tests/app/picture_file.h"
 #include "tests/app/program_run.h"
 
 namespace vantro::test {
 namespace {
 
-class VideoInterrupt : public ProgramTest {
+class Interrupt : public ProgramTest {
  protected:
   // The program renders what comes through a pipe that the test holds.
   void OpenPipe() {
@@ -37,7 +39,7 @@ class VideoInterrupt : public ProgramTest {
   int ends_[2] = {-1, -1};
 };
 
-TEST_F(VideoInterrupt, KeepsWhatWasRendered) {
+TEST_F(Interrupt, KeepsWhatWasRendered) {
   constexpr int kFed = 60;
   std::vector<PlanarFrame> frames;
   for (unsigned i = 0; i < kFed; ++i) frames.push_back(NoiseFrame(64, 48, true, i % 4));
@@ -62,7 +64,7 @@ TEST_F(VideoInterrupt, KeepsWhatWasRendered) {
 }
 
 // While the program waits for the head of the video, and while it waits for a whole frame.
-TEST_F(VideoInterrupt, BeforeTheFirstFrameLeavesNothing) {
+TEST_F(Interrupt, BeforeTheFirstFrameLeavesNothing) {
   for (const std::string fed : {"", "YUV4MPEG2 W64 H48 F25:1\nFRAME\n"}) {
     SCOPED_TRACE(fed);
     OpenPipe();
@@ -75,6 +77,40 @@ TEST_F(VideoInterrupt, BeforeTheFirstFrameLeavesNothing) {
         << program.errors();
     ClosePipe();
     EXPECT_TRUE(Files().empty());
+  }
+}
+
+// Pictures in work are finished, or, after a second signal, not even begun; none is left half-written.
+TEST_F(Interrupt, OfPicturesLeavesWholeOnes) {
+  TestPicture picture(500, 400, 3);
+  for (size_t i = 0; i < picture.samples.size(); ++i) {
+    picture.samples[i] = static_cast<uint8_t>(i * i >> 7);
+  }
+  WriteTestPng(Path("0.png"), picture);
+  std::vector<std::string> arguments = {"photo", Path("0.png")};
+  for (int i = 1; i < 60; ++i) {
+    arguments.push_back(Path(std::to_string(i) + ".png"));
+    std::filesystem::create_hard_link(Path("0.png"), arguments.back());
+  }
+  arguments.insert(arguments.end(), {Path("out"), "-v", "--jobs", "3", "--mask-out", Path("masks"),
+                                     "--engine", VANTRO_SCRIPTED_ENGINE, "--overwrite"});
+  for (const int signals : {1, 2}) {
+    SCOPED_TRACE(signals);
+    RunningProgram program(arguments, open("/dev/null", O_RDONLY), folder_.string() + ".stdout");
+    ASSERT_TRUE(program.WaitFor("Photo_Seg_process")) << program.errors();
+    // Two of one kind that are pending together would arrive as one.
+    program.Signal(SIGINT);
+    if (signals == 2) program.Signal(SIGTERM);
+    const int status = program.Wait();
+    EXPECT_TRUE(status == 130 || (signals == 2 && status == 143)) << program.errors();
+    EXPECT_LT(Files("out").size(), 60u);
+    EXPECT_EQ(program.errors().find("not begun") != std::string::npos, signals == 1);
+    for (const std::string& name : Files("out")) {
+      EXPECT_EQ(ReadPicture(Path("out/" + name)).width, 500) << name;
+    }
+    for (const std::string& name : Files("masks")) {
+      EXPECT_EQ(std::filesystem::path(name).extension(), ".png");
+    }
   }
 }
 
