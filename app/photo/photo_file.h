@@ -2,6 +2,7 @@
 #ifndef VANTRO_APP_PHOTO_PHOTO_FILE_H_
 #define VANTRO_APP_PHOTO_PHOTO_FILE_H_
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,11 +16,20 @@ namespace vantro::app {
 
 using Bytes = std::vector<uint8_t>;
 
+// How a PNG file without a profile describes its colours, in the file's own units.
+struct PngColours {
+  int srgb_intent = -1;  // -1: not said to be sRGB
+  int gamma = 0;         // 0: not said
+  bool has_primaries = false;
+  std::array<int, 8> primaries{};  // x and y of white, red, green, blue
+};
+
 // A picture with what its file says about it.
 struct Photo {
-  Raster raster;          // upright
-  Bytes icc;              // the colour profile; empty for none
-  ExifBlock exif;         // empty for none
+  Raster raster;   // upright
+  Bytes icc;       // the colour profile; empty for none
+  ExifBlock exif;  // empty for none
+  PngColours png_colours;
   bool lossless = false;  // the file holds exactly these colours
 };
 

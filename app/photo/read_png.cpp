@@ -82,6 +82,14 @@ class PngDecoder {
     if (png_get_iCCP(png_, info_, &name, &compression, &profile, &size) != 0) {
       photo.icc.assign(profile, profile + size);
     }
+    PngColours& colours = photo.png_colours;
+    if (photo.icc.empty()) {
+      png_get_sRGB(png_, info_, &colours.srgb_intent);
+      png_get_gAMA_fixed(png_, info_, &colours.gamma);
+      auto& at = colours.primaries;
+      colours.has_primaries = png_get_cHRM_fixed(png_, info_, &at[0], &at[1], &at[2], &at[3],
+                                                 &at[4], &at[5], &at[6], &at[7]) != 0;
+    }
     png_bytep exif = nullptr;
     png_uint_32 exif_size = 0;
     if (png_get_eXIf_1(png_, info_, &exif_size, &exif) != 0) {

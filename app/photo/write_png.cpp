@@ -63,6 +63,13 @@ class PngEncoder {
         png_set_iCCP(png_, info_, "ICC profile", PNG_COMPRESSION_TYPE_BASE, photo.icc.data(),
                      static_cast<png_uint_32>(photo.icc.size()));
       }
+      const PngColours& colours = photo.png_colours;
+      if (colours.srgb_intent >= 0) png_set_sRGB(png_, info_, colours.srgb_intent);
+      if (colours.gamma > 0) png_set_gAMA_fixed(png_, info_, colours.gamma);
+      if (colours.has_primaries) {
+        const auto& at = colours.primaries;
+        png_set_cHRM_fixed(png_, info_, at[0], at[1], at[2], at[3], at[4], at[5], at[6], at[7]);
+      }
       if (!exif.empty()) {
         png_set_eXIf_1(png_, info_, static_cast<png_uint_32>(exif.size()), exif.data());
       }

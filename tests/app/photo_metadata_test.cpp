@@ -1,5 +1,6 @@
 // Colour profile and Exif data go with the picture, from any kind of file to any other.
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include "tests/app/picture_file.h"
 #include "tests/app/program_run.h"
@@ -54,6 +55,21 @@ TEST_F(PhotoMetadata, GoesFromAnyKindToAnyOther) {
       EXPECT_EQ(ReadFile(out).find("THUMBNAIL"), std::string::npos);
     }
   }
+}
+
+// A PNG file may say what its colours mean without a profile.
+TEST_F(PhotoMetadata, KeepsTheGammaOfPngFiles) {
+  const std::string name_and_value("gAMA\0\0\xB1\x8F", 8);
+  const uLong crc = crc32(0, reinterpret_cast<const Bytef*>(name_and_value.data()), 8);
+  std::string chunk("\0\0\0\4", 4);
+  chunk += name_and_value;
+  for (int shift = 24; shift >= 0; shift -= 8) chunk += static_cast<char>(crc >> shift);
+  WriteTestPng(Path("in.png"), Gradient(20, 20));
+  std::string file = ReadFile(Path("in.png"));
+  file.insert(8 + 25, chunk);  // behind the signature and the header
+  WriteFile(Path("in.png"), file);
+  ASSERT_EQ(Photo({Path("in.png"), Path("out.png")}).status, 0);
+  EXPECT_NE(ReadFile(Path("out.png")).find(chunk), std::string::npos);
 }
 
 TEST_F(PhotoMetadata, TellsTheSizeOfAComparison) {
