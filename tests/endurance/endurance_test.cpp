@@ -14,7 +14,8 @@
 #include "vantro/vantro.h"
 
 #if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/allocator_interface.h>
+// gcc's packages lack the sanitizer's header that declares it.
+extern "C" size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace vantro::test {
