@@ -7,6 +7,7 @@
 #include "image/bilinear_sum_kernels.h"
 #include "image/bilinear_tables.h"
 #include "image/row_spread.h"
+#include "image/try_resize.h"
 #include "support/log.h"
 #include "vantro/image.h"
 
@@ -90,17 +91,17 @@ void ResizeStrip(const ChannelSource& source, const BilinearTables& tables, cons
   }
 }
 
-void Resize(const LogSite& site, const unsigned char* src, unsigned char* dst,
+bool Resize(const LogSite& site, const unsigned char* src, unsigned char* dst,
             const ChannelSizes& sizes, int src_step, int dst_step, const SumRule& rule) {
   if (src == nullptr || dst == nullptr) {
     VANTRO_LOGE(site.tag, "%s %d input error!", site.label, site.input_line);
-    return;
+    return false;
   }
-  if (!Drawable(sizes, src_step)) return;
+  if (!Drawable(sizes, src_step)) return false;
   BilinearTables tables;
   if (!tables.Allocate(sizes.dst_width, sizes.dst_height)) {
     VANTRO_LOGE(site.tag, "%s %d malloc error!", site.label, site.malloc_line);
-    return;
+    return false;
   }
   tables.Fill(sizes.src_width, sizes.src_height);
   const ChannelSource source =
@@ -111,34 +112,56 @@ void Resize(const LogSite& site, const unsigned char* src, unsigned char* dst,
     ResizeStrip(source, tables, rule, first, count, sizes.dst_height, target);
     first += count;
   }
+  return true;
 }
 
 }  // namespace
+
+bool TryResizeUchar(const unsigned char* src, unsigned char* dst, int srcW, int srcH, int dstW,
+                    int dstH) {
+  return Resize({kTagVideo, "Resize", 581, 595}, src, dst, {srcW, srcW, srcH, dstW, dstH}, 1, 1,
+                {&SumGrouped, 0.5f});
+}
+
+bool TryResizeUcharC(const unsigned char* src, unsigned char* dst, int srcW, int srcH, int dstW,
+                     int dstH) {
+  return Resize({kTagPlain, "ResizeUchar", 239, 253}, src, dst, {srcW, srcW, srcH, dstW, dstH}, 1,
+                1, {&SumInOrder, 0.5f});
+}
+
+bool TryResizeUcharChl(const unsigned char* src, unsigned char* dst, int srcW, int srcStride,
+                       int srcH, int dstW, int dstH, int step) {
+  VANTRO_LOGI(kTagVideo, "%s Plimra_Process_ResizeUcharChlY_begin ", "ResizeUcharChl");
+  return Resize({kTagVideo, "ResizeUcharChl", 781, 795}, src, dst,
+                {srcW, srcStride, srcH, dstW, dstH}, step, step, {&SumInOrder, 0.0f});
+}
+
+bool TryResizeUYVYtoYChl(const unsigned char* src, unsigned char* dst, int srcW, int srcStride,
+                         int srcH, int dstW, int dstH, int step) {
+  return Resize({kTagVideo, "ResizeUYVYtoYChl", 402, 416}, src, dst,
+                {srcW, srcStride, srcH, dstW, dstH}, step, 1, {&SumInOrder, 0.5f});
+}
+
 }  // namespace vantro
 
 void ResizeUchar(const unsigned char* src, unsigned char* dst, int srcW, int srcH, int dstW,
                  int dstH) {
-  vantro::Resize({vantro::kTagVideo, "Resize", 581, 595}, src, dst, {srcW, srcW, srcH, dstW, dstH},
-                 1, 1, {&vantro::SumGrouped, 0.5f});
+  vantro::TryResizeUchar(src, dst, srcW, srcH, dstW, dstH);
 }
 
 extern "C" void vantro_c::ResizeUchar(const unsigned char* src, unsigned char* dst, int srcW,
                                       int srcH, int dstW, int dstH) {
-  vantro::Resize({vantro::kTagPlain, "ResizeUchar", 239, 253}, src, dst,
-                 {srcW, srcW, srcH, dstW, dstH}, 1, 1, {&vantro::SumInOrder, 0.5f});
+  vantro::TryResizeUcharC(src, dst, srcW, srcH, dstW, dstH);
 }
 
 void ResizeUcharChl(const unsigned char* src, unsigned char* dst, int srcW, int srcStride, int srcH,
                     int dstW, int dstH, int step) {
-  VANTRO_LOGI(vantro::kTagVideo, "%s Plimra_Process_ResizeUcharChlY_begin ", "ResizeUcharChl");
-  vantro::Resize({vantro::kTagVideo, "ResizeUcharChl", 781, 795}, src, dst,
-                 {srcW, srcStride, srcH, dstW, dstH}, step, step, {&vantro::SumInOrder, 0.0f});
+  vantro::TryResizeUcharChl(src, dst, srcW, srcStride, srcH, dstW, dstH, step);
 }
 
 void ResizeUYVYtoYChl(const unsigned char* src, unsigned char* dst, int srcW, int srcStride,
                       int srcH, int dstW, int dstH, int step) {
-  vantro::Resize({vantro::kTagVideo, "ResizeUYVYtoYChl", 402, 416}, src, dst,
-                 {srcW, srcStride, srcH, dstW, dstH}, step, 1, {&vantro::SumInOrder, 0.5f});
+  vantro::TryResizeUYVYtoYChl(src, dst, srcW, srcStride, srcH, dstW, dstH, step);
 }
 
 void ResizeUYVYtoY(const unsigned char* src, unsigned char* dst, int srcW, int srcStride, int srcH,

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "image/try_resize.h"
 #include "tests/image/image_buffers.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/log_capture.h"
@@ -224,6 +225,34 @@ TEST(ChannelResize, AFailedTableIsLoggedAndTheOtherFreed) {
     // Two tables of (dstW + dstH) * 2 entries of 4 bytes.
     EXPECT_THAT(heap.sizes(), testing::ElementsAre(48, 48));
     EXPECT_EQ(heap.live(), 0);
+    EXPECT_EQ(dst, Bytes(9, 90));
+  }
+}
+
+TEST(ChannelResize, CallersInsideTheLibraryAreToldOfFailures) {
+  using Resizer = bool (*)(const uint8_t*, uint8_t*, int);
+  const Bytes src(20, 90);
+  for (Resizer resizer : {Resizer([](auto*from, auto*to, int side) {
+                            return TryResizeUchar(from, to, 5, 4, side, side);
+                          }),
+                          Resizer([](auto*from, auto*to, int side) {
+                            return TryResizeUcharC(from, to, 5, 4, side, side);
+                          }),
+                          Resizer([](auto*from, auto*to, int side) {
+                            return TryResizeUcharChl(from, to, 5, 5, 4, side, side, 1);
+                          }),
+                          Resizer([](auto*from, auto*to, int side) {
+                            return TryResizeUYVYtoYChl(from, to, 5, 5, 4, side, side, 1);
+                          })}) {
+    Bytes dst(9, 7);
+    for (int fail_at : {0, 1}) {
+      FailingMalloc heap(fail_at);
+      EXPECT_FALSE(resizer(src.data(), dst.data(), 3));
+    }
+    EXPECT_FALSE(resizer(nullptr, dst.data(), 3));
+    EXPECT_FALSE(resizer(src.data(), dst.data(), 0));
+    EXPECT_EQ(dst, Bytes(9, 7));
+    EXPECT_TRUE(resizer(src.data(), dst.data(), 3));
     EXPECT_EQ(dst, Bytes(9, 90));
   }
 }
