@@ -40,10 +40,10 @@ void convertI420ToRGBU8(unsigned char* dst, const unsigned char* src, int width,
 
 int YV16ToRGB(unsigned char* src, int width, int height, unsigned char* dst) {
   if (!vantro::Drawable(src, dst, width, height)) return 0;
+  const int64_t luma_size = int64_t{width} * height;
   const int pairs = width / 2;
-  const unsigned char* const u_plane = src + int64_t{width} * height;
-  // Half the luma behind U where the width is even; the planes of an odd width stay side by side.
-  const unsigned char* const v_plane = u_plane + int64_t{pairs} * height;
+  const unsigned char* const u_plane = src + luma_size;
+  const unsigned char* const v_plane = u_plane + luma_size / 2;
   for (int y = 0; y < height; ++y) {
     const unsigned char* const luma = src + int64_t{y} * width;
     unsigned char* const bgr = dst + int64_t{y} * width * 3;

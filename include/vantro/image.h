@@ -59,8 +59,9 @@ VANTRO_API YUVCOLOR rgbToyuv(unsigned char r, unsigned char g, unsigned char b);
 VANTRO_API void convertI420ToRGBU8(unsigned char* dst, const unsigned char* src, int width,
                                    int height, int dstStride, int srcStride);
 
-// Planar 4:2:2 (luma, U, V one after the other; rows of width, width/2 and width/2 bytes) to BGR,
-// full range. The last column of an odd width takes the last chroma pair of its row. Returns 0.
+// Planar 4:2:2 to BGR, full range: a frame of 2*width*height bytes with the luma first, U rows of
+// width/2 bytes at width*height and V rows of width/2 bytes at width*height + width*height/2. The
+// last column of an odd width takes the last chroma pair of its row. Returns 0.
 VANTRO_API int YV16ToRGB(unsigned char* src, int width, int height, unsigned char* dst);
 
 // Rows rowBegin to rowEnd-1 of a UYVY frame, `stride` in pixels, to the same rows of a BGR image of

@@ -176,14 +176,14 @@ TEST(PlaneConversion, Planar422ToBgr) {
   for (const Size& s : Sizes(random)) {
     SCOPED_TRACE(testing::Message() << s.width << "x" << s.height);
     const int pairs = s.width / 2;
-    const size_t luma = Area(s.width, s.height), chroma = Area(pairs, s.height);
-    const Bytes src = random.Noise(luma + 2 * chroma);
+    const size_t luma = Area(s.width, s.height);
+    const Bytes src = random.Noise(luma + luma / 2 + Area(pairs, s.height));
     Bytes expected;
     for (int y = 0; y < s.height; ++y) {
       for (int x = 0; x < s.width; ++x) {
         const size_t pair = luma + Area(pairs, y) + static_cast<size_t>(std::min(x / 2, pairs - 1));
         AppendBgr(expected, src[Area(s.width, y) + static_cast<size_t>(x)],
-                  pairs > 0 ? src[pair] : 128, pairs > 0 ? src[pair + chroma] : 128);
+                  pairs > 0 ? src[pair] : 128, pairs > 0 ? src[pair + luma / 2] : 128);
       }
     }
     ExpectPlane(src, Bytes(expected.size()), expected, 3 * s.width, [&](auto* from, auto* to) {
