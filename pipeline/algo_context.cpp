@@ -1,6 +1,7 @@
 #include "vantro/algo_context.h"
 
 #include "pipeline/algo_context.h"
+#include "render/contrast_curve.h"
 #include "vantro/bounded.h"
 
 namespace vantro {
@@ -10,21 +11,6 @@ constexpr VantroTuning kBuiltInTuning = {
     0.8f,   {0.6f, 0.4f, 0.5f},       {0.5f, 0.5f, 0.5f, 0.5f, 1.0f, 0.5f, 0.5f, 0.5f, 0.5f},
     0.005f, {0.005f, 0.005f, 0.005f}, {5, 5, 5, 5, 5, 20},
 };
-
-// Luma contrast curve: compresses the dark end 0..25 into 0..5, stretches 26..229 over 6..249 and
-// compresses the bright end 230..255 into 250..255.
-uint8_t ContrastOf(int luma) {
-  const float v = static_cast<float>(luma);
-  float g = 0.0f;
-  if (luma <= 25) {
-    g = (v * 5.0f) / 25.0f;
-  } else if (luma <= 229) {
-    g = ((v - 25.0f) * 245.0f) / 205.0f + 5.0f;
-  } else {
-    g = ((v - 255.0f + 25.0f) * 5.0f) / 25.0f + 250.0f;
-  }
-  return static_cast<uint8_t>(g + 0.5f);
-}
 
 }  // namespace
 
@@ -53,6 +39,7 @@ AlgoCxt* BuildAlgoCxt(ParamBlock* params, MemPool* pool) {
   cxt->pool = pool;
   cxt->magic = kAlgoCxtMagic;
   memcpy_s(&cxt->tuning, sizeof(cxt->tuning), &params->tuning, sizeof(params->tuning));
-  for (int luma = 0; luma < 256; ++luma) cxt->contrastTable[luma] = vantro::ContrastOf(luma);
+  memcpy_s(cxt->contrastTable, sizeof(cxt->contrastTable), vantro::kBuiltInCurve.data(),
+           vantro::kBuiltInCurve.size());
   return cxt;
 }

@@ -65,7 +65,9 @@ void CloseLibrary(VantroContext& cxt) {
 }
 
 void FreeContext(VantroContext* cxt) {
-  cxt->magic = 0;  // a stale handle is refused as long as the heap keeps the block as it is
+  // A stale handle is refused as long as the heap keeps the block as it is. The compiler would drop
+  // a plain store before the block goes.
+  *const_cast<volatile uint32_t*>(&cxt->magic) = 0;
   std::free(cxt);
 }
 

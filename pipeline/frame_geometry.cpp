@@ -9,11 +9,11 @@ namespace {
 // Moves the span [start, start + size) to even bounds; one that then leaves the frame moves or
 // shrinks by one pair.
 void AlignEven(int32_t* start, int32_t* size, int32_t limit) {
-  *start -= *start % 2;
-  *size += *size % 2;
-  if (int64_t{*start} + *size > limit) {
-    *(*start >= 2 ? start : size) -= 2;
-  }
+  int64_t first = *start - *start % 2;
+  int64_t count = int64_t{*size} + *size % 2;
+  if (first + count > limit) (first >= 2 ? first : count) -= 2;
+  *start = static_cast<int32_t>(first);
+  *size = static_cast<int32_t>(count);
 }
 
 }  // namespace

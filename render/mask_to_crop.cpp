@@ -61,6 +61,7 @@ void MaskStretcher::WriteAll(bool timed) {
   if (timed) {
     WriteTimingLine(factor_ == 4 ? "up_scale_context_2_4x4" : "up_scale_context_2_2x2", start);
   }
+  reduced_.reset();
 }
 
 int32_t MaskStretcher::WriteBand(int32_t begin) {

@@ -16,7 +16,7 @@ struct MaskSize {
 
 // Stretches a mask over the crop box. A box more than four (two) times as large in both directions
 // is filled by the fixed 4x (2x) filter from a mask resized to a quarter (half) of it, which lives
-// in the pool as long as this object; any other box in one resize.
+// in the pool until the crop-size mask is complete; any other box in one resize.
 class MaskStretcher {
  public:
   // `crop` has crop_size.width * crop_size.height bytes. Takes the reduced mask from the pool.
@@ -30,7 +30,8 @@ class MaskStretcher {
   // timing line when `timed`.
   void Resize(bool timed);
 
-  // Writes the rest of the crop-size mask, with the filter's timing line when `timed`.
+  // Writes the rest of the crop-size mask, with the filter's timing line when `timed`, and releases
+  // the reduced one.
   void WriteAll(bool timed);
 
   // Writes crop rows from `begin` on, some that fit the cache; begin with 0 and go on with the
