@@ -157,20 +157,23 @@ void PutStudioRange(int y, int u, int v, uint8_t* rgb) {
   rgb[2] = Limit(luma + 2066 * (u - 128));
 }
 
-// An odd last row or column has no chroma of its own and takes its neighbour's; a frame of one row
-// or column has none at all.
+// Pairs follow each other over the ends of odd rows. A pixel whose pair would lie behind the chroma
+// plane takes its neighbour's; a frame of one row or column has none at all.
 void SemiPlanarToRgb(const uint8_t* frame, size_t width, size_t height, bool u_first,
                      uint8_t* rgb) {
   const uint8_t* chroma = frame + width * height;
+  const size_t chroma_bytes = height / 2 * width;
   for (size_t row = 0; row < height; ++row) {
     for (size_t column = 0; column < width; ++column, rgb += 3) {
       int first = 128;
       int second = 128;
       if (height >= 2 && width >= 2) {
-        const uint8_t* pair = chroma + std::min(row / 2, height / 2 - 1) * width +
-                              2 * std::min(column / 2, width / 2 - 1);
-        first = pair[0];
-        second = pair[1];
+        size_t pair = row / 2 * width + 2 * (column / 2);
+        if (pair + 2 > chroma_bytes) {
+          pair = (height / 2 - 1) * width + 2 * std::min(column / 2, width / 2 - 1);
+        }
+        first = chroma[pair];
+        second = chroma[pair + 1];
       }
       PutStudioRange(frame[row * width + column], u_first ? first : second,
                      u_first ? second : first, rgb);

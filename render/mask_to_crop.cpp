@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
+#include "image/try_resize.h"
 #include "render/upscale_rows.h"
 #include "support/timing_line.h"
-#include "vantro/bounded.h"
-#include "vantro/image.h"
-#include "vantro/render.h"
 
 namespace vantro {
 namespace {
@@ -40,18 +38,17 @@ MaskStretcher::MaskStretcher(const uint8_t* mask, MaskSize mask_size, uint8_t* c
       factor_ == 4 ? "crop_mask_d4x4" : "crop_mask_d2x2");
 }
 
-void MaskStretcher::Resize(bool timed) {
+bool MaskStretcher::Resize(bool timed) {
   static constexpr const char* kLabels[] = {"up_scale_context_1", "up_scale_context_1_2x2",
                                             "up_scale_context_1_4x4"};
   const MaskSize size = reduced_size();
   uint8_t* out = factor_ == 1 ? crop_ : reduced_.get();
   const Moment start = Now();
-  // The resize leaves its destination alone when it has no memory for its tables; the mask is then
-  // empty instead of undefined.
-  const size_t bytes = static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
-  memset_s(out, bytes, 0, bytes);
-  ResizeUchar(mask_, out, mask_size_.width, mask_size_.height, size.width, size.height);
+  if (!TryResizeUchar(mask_, out, mask_size_.width, mask_size_.height, size.width, size.height)) {
+    return false;
+  }
   if (timed) WriteTimingLine(kLabels[factor_ / 2], start);
+  return true;
 }
 
 void MaskStretcher::WriteAll(bool timed) {

@@ -27,8 +27,8 @@ class MaskStretcher {
   bool ready() const { return factor_ == 1 || reduced_ != nullptr; }
 
   // The resize; for a box without a fixed filter it writes the whole crop-size mask. Writes its
-  // timing line when `timed`.
-  void Resize(bool timed);
+  // timing line when `timed`. False when there was no memory for it.
+  bool Resize(bool timed);
 
   // Writes the rest of the crop-size mask, with the filter's timing line when `timed`, and releases
   // the reduced one.

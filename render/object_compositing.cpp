@@ -81,8 +81,7 @@ void RenderInBands(AlgoCxt& algo, const Vantro_t& frame, vantro::MaskStretcher& 
 int RenderWithMask(AlgoCxt& algo, const Vantro_t& frame) {
   vantro::MaskStretcher stretcher(frame.mask, {frame.maskw, frame.maskh}, algo.maskup,
                                   {algo.maskupwidth, algo.maskupheight}, algo.pool);
-  if (!stretcher.ready()) return VANTRO_ERR_FAILED;
-  stretcher.Resize(algo.print_log != 0);
+  if (!stretcher.ready() || !stretcher.Resize(algo.print_log != 0)) return VANTRO_ERR_FAILED;
   if (algo.print_log != 0 || algo.dump_img != 0) return RenderInSteps(algo, frame, stretcher);
   RenderInBands(algo, frame, stretcher);
   return VANTRO_OK;

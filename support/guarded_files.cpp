@@ -59,9 +59,8 @@ int writeFile(const char* path, const void* buf, int size) {
   const bool writable = buf != nullptr && size >= 0;
   if (!writable || !WriteAll(std::move(file), buf, static_cast<size_t>(size))) {
     VANTRO_LOGW(kTagPlain, "Debug write file Error:%s!", path);
-    return -1;
   }
-  return 0;
+  return writable ? 0 : -1;  // a short write is only logged
 }
 
 int readFile(const char* path, void* buf, int size) {

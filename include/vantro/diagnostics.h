@@ -32,7 +32,9 @@ VANTRO_API void save_nv12_or_nv21_UYVY_to_bmp_file(std::string path, unsigned ch
 // below 1 or a file that cannot be written.
 VANTRO_API int writeFile(std::string path, const void* buf, int size);
 
-// The same, refusing a path with "./" or "../" in it. Returns 0 or -1.
+// The same, refusing a path with "./" or "../" in it. Returns 0 or -1: a null argument, a negative
+// size, a refused path or a file that cannot be opened. Bytes that could not be written are logged,
+// but do not change the result.
 VANTRO_API int writeFile(const char* path, const void* buf, int size);
 
 // Reads exactly `size` bytes of a file. Refuses a path with "./" or "../" in it, one longer than
