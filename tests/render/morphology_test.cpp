@@ -18,10 +18,7 @@ class Morphology : public testing::Test {
     fmalloc = pool_.get()->alloc;
     ffree = pool_.get()->free;
   }
-  ~Morphology() override {
-    fmalloc = nullptr;
-    ffree = nullptr;
-  }
+  ~Morphology() override { fmalloc = nullptr, ffree = nullptr; }
   TrackingPool pool_;
 };
 

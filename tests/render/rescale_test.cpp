@@ -1,169 +1,289 @@
-// The upscalers against their formulas a sample at a time, at every vector level.
+// The resizers of masks and grey planes against their formulas a sample at a time.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <functional>
 #include <limits>
 
-#include "tests/render/guarded_plane.h"
+#include "tests/image/image_buffers.h"
 #include "tests/support/simd_levels.h"
 #include "vantro/render.h"
 
 namespace vantro::test {
 namespace {
 
-constexpr uint8_t kUnwritten = 0x5A;
+// A plane with gaps behind its rows.
+struct Plane {
+  int width;
+  int height;
+  int stride;
+  Bytes bytes;
+
+  Plane(Random& random, int columns, int rows)
+      : width(columns), height(rows), stride(columns + random.Int(0, 3)) {
+    // Extremes show overflows, small values rounding.
+    const int kind = random.Int(0, 2);
+    bytes = random.Noise(Area(stride, rows));
+    for (uint8_t& sample : bytes) {
+      if (kind == 1) sample = static_cast<uint8_t>(255 * (sample % 2));
+      if (kind == 2) sample %= 3;
+    }
+  }
+  uint8_t* data() { return bytes.data(); }
+  int At(int row, int column) const {
+    return bytes[Area(row, stride) + static_cast<size_t>(column)];
+  }
+  // The nearest sample of the plane.
+  int Clamped(int row, int column) const {
+    return At(std::clamp(row, 0, height - 1), std::clamp(column, 0, width - 1));
+  }
+};
+
+// What a routine has to make of a destination: a value for each sample, a negative one where it
+// stays.
+using Formula = std::function<int(int row, int column)>;
+
+testing::AssertionResult Holds(const Plane& after, const Plane& before, const Formula& formula) {
+  Bytes expected = before.bytes;
+  for (int r = 0; r < before.height; ++r) {
+    for (int c = 0; c < before.width; ++c) {
+      const int value = formula(r, c);
+      if (value >= 0)
+        expected[Area(r, before.stride) + static_cast<size_t>(c)] = static_cast<uint8_t>(value);
+    }
+  }
+  return SamePlanes(after.bytes, expected, before.stride)
+         << " (" << before.width << "x" << before.height << ")";
+}
 
 Plane SmallOrWide(Random& random) {
   // Some are wider than the strips that rows are treated in.
   const int widest[] = {40, 40, 280, random.Int(0, 9) == 0 ? 2100 : 70};
-  return RandomPlane(random, random.Int(1, widest[random.Int(0, 3)]), random.Int(1, 9));
+  return Plane(random, random.Int(1, widest[random.Int(0, 3)]), random.Int(1, 9));
 }
 
-// Copies the rows begin to end - 1 of `rows` over an unwritten plane.
-Plane OnlyRows(const Plane& rows, int begin, int end) {
-  Plane out(rows.width, rows.height, kUnwritten);
-  for (int r = begin; r < end; ++r) {
-    for (int c = 0; c < rows.width; ++c) out.At(r, c) = static_cast<uint8_t>(rows.At(r, c));
+float Position(int i, int src, int dst) {
+  const float ratio = static_cast<float>(src) / static_cast<float>(dst);
+  return static_cast<float>((i + 0.5) * static_cast<double>(ratio) - 0.5);
+}
+
+int Bilinear(const Plane& src, int width, int height, int r, int c) {
+  const float fy = Position(r, src.height, height);
+  const float fx = Position(c, src.width, width);
+  const int y = static_cast<int>(std::floor(fy));
+  const int x = static_cast<int>(std::floor(fx));
+  const float wy = fy - static_cast<float>(y);
+  const float wx = fx - static_cast<float>(x);
+  const auto sample = [&](int row, int column) {
+    return static_cast<float>(src.Clamped(row, column));
+  };
+  float value = ((1.0f - wy) * (1.0f - wx)) * sample(y, x);
+  value = value + ((1.0f - wy) * wx) * sample(y, x + 1);
+  value = value + (wy * (1.0f - wx)) * sample(y + 1, x);
+  value = value + (wy * wx) * sample(y + 1, x + 1);
+  return static_cast<int>(value);
+}
+
+int Nearest(const Plane& src, int width, int height, int r, int c) {
+  const float fy = Position(r, src.height, height);
+  const float fx = Position(c, src.width, width);
+  const int y = std::max(static_cast<int>(fy), 0);
+  const int x = std::max(static_cast<int>(fx), 0);
+  const float wy = fy - static_cast<float>(y);
+  const float wx = fx - static_cast<float>(x);
+  if (y >= src.height - 1) {
+    return src.At(y, x + (x < src.width - 1 && wx >= 1.0f - wx ? 1 : 0));
   }
-  return out;
+  if (x >= src.width - 1) return src.At(y + (wy >= 1.0f - wy ? 1 : 0), x);
+  int best = 0;
+  float distances[4];
+  for (int corner = 0; corner < 4; ++corner) {
+    const float dy = corner / 2 == 0 ? wy : 1.0f - wy;
+    const float dx = corner % 2 == 0 ? wx : 1.0f - wx;
+    const float dy2 = dy * dy;
+    const float dx2 = dx * dx;
+    distances[corner] = dy2 + dx2;
+    if (distances[corner] < distances[best]) best = corner;
+  }
+  return src.At(y + best / 2, x + best % 2);
+}
+
+// Source pair of the 4x filter and the weight of its second, in eighths. An axis of one sample
+// counts as one where it stands twice.
+struct Phase {
+  int pair;
+  int second_weight;
+  Phase(int i, int size) {
+    const int inner = std::clamp(i - 2, 0, 4 * std::max(size - 1, 1) - 1);
+    pair = inner / 4;
+    second_weight = 1 + 2 * (inner % 4);
+  }
+};
+
+int Quadruple(const Plane& src, int r, int c) {
+  const Phase y(r, src.height);
+  const Phase x(c, src.width);
+  const auto row = [&](int at) {
+    return (8 - x.second_weight) * src.Clamped(at, x.pair) +
+           x.second_weight * src.Clamped(at, x.pair + 1);
+  };
+  return ((8 - y.second_weight) * row(y.pair) + y.second_weight * row(y.pair + 1) + 32) >> 6;
+}
+
+int DoubleRounded(const Plane& src, int r, int c) {
+  const int y2 = r / 2 + (r % 2 == 0 ? -1 : 1);
+  const int x2 = c / 2 + (c % 2 == 0 ? -1 : 1);
+  // A clamped neighbour is the sample itself: 9 + 3 and 3 + 1 of 16 are 3 and 1 of 4.
+  return (9 * src.At(r / 2, c / 2) + 3 * src.Clamped(r / 2, x2) + 3 * src.Clamped(y2, c / 2) +
+          src.Clamped(y2, x2) + 8) >>
+         4;
+}
+
+// Value of a corner-aligned line of samples at destination index i.
+template <typename Sample>
+int Aligned(int i, int count, Sample sample) {
+  const int at = std::min(i / 4, count - 1);
+  if (at == count - 1) return sample(at);
+  const double weight = 0.25 * (i % 4);
+  return static_cast<int>((1.0 - weight) * sample(at) + weight * sample(at + 1));
+}
+
+// In the two outermost rows and columns the line that is drawn last counts.
+int QuadrupleAligned(const Plane& src, int r, int c) {
+  const int rows = 4 * src.height;
+  const int columns = 4 * src.width;
+  const auto down = [&](int column) {
+    return Aligned(r, src.height, [&](int row) { return src.At(row, column); });
+  };
+  const auto across = [&](int row) {
+    return Aligned(c, src.width, [&](int column) { return src.At(row, column); });
+  };
+  if (c >= columns - 2) return down(src.width - 1);
+  if (r >= rows - 2) return across(src.height - 1);
+  if (r < 2) return across(0);
+  if (c < 2) return down(0);
+  return Quadruple(src, r, c);
 }
 
 TEST(Upscale, BilinearAndDoublingWriteTheirRows) {
   AtEverySimdLevel([] {
     Random random(21);
     for (int i = 0; i < 300; ++i) {
-      const Plane source = SmallOrWide(random);
+      Plane src = SmallOrWide(random);
       // The exact factors 2 and 4 have filters of their own.
       const int factor = 2 * random.Int(0, 2);
-      const int width = factor != 0 ? factor * source.width : random.Int(1, 600);
-      const int height = factor != 0 ? factor * source.height : random.Int(1, 30);
-      const int begin = random.Int(0, height);
-      const int end = random.Int(0, height);
-      SCOPED_TRACE(testing::Message() << source.width << "x" << source.height << " to " << width
-                                      << "x" << height << " rows " << begin << " to " << end);
-      const Plane expected = OnlyRows(PlainBilinear(source, width, height), begin, end);
-      GuardedPlane src(source, source.width + random.Int(0, 3));
-      const int dst_stride = width + random.Int(0, 3);
-
-      GuardedPlane bilinear(Plane(width, height, kUnwritten), dst_stride);
-      bilinearGrayU8BorderLines(bilinear.get(), src.get(), width, height, dst_stride, source.width,
-                                source.height, src.stride(), begin, end);
-      ASSERT_TRUE(bilinear.Holds(expected));
-      GuardedPlane doubled(Plane(width, height, kUnwritten), dst_stride);
-      upScale2x2(doubled.get(), src.get(), width, height, dst_stride, source.width, source.height,
-                 src.stride(), begin, end);
-      ASSERT_TRUE(doubled.Holds(expected));
+      const int width = factor != 0 ? factor * src.width : random.Int(1, 600);
+      const int height = factor != 0 ? factor * src.height : random.Int(1, 30);
+      const int begin = random.Int(-1, height);
+      const int end = random.Int(0, height + 1);
+      const auto formula = [&](int r, int c) {
+        return r < begin || r >= end ? -1 : Bilinear(src, width, height, r, c);
+      };
+      const Plane before(random, width, height);
+      for (auto* resize : {&bilinearGrayU8BorderLines, &upScale2x2}) {
+        Plane dst = before;
+        resize(dst.data(), src.data(), width, height, dst.stride, src.width, src.height, src.stride,
+               begin, end);
+        ASSERT_TRUE(Holds(dst, before, formula)) << src.width << "x" << src.height;
+      }
     }
   });
 }
 
-TEST(Upscale, DoublingOfACornerTruncates) {
-  const Bytes src = {0, 0, 0, 255};
-  Bytes dst(16);
-  upScale2x2(dst.data(), src.data(), 4, 4, 4, 2, 2, 2, 0, 4);
-  EXPECT_EQ(dst, (Bytes{0, 0, 0, 0, 0, 15, 47, 63, 0, 47, 143, 191, 0, 63, 191, 255}));
-}
+TEST(Upscale, FixedFactorsAndNearest) {
+  Random random(22);
+  for (int i = 0; i < 200; ++i) {
+    Plane src = SmallOrWide(random);
+    SCOPED_TRACE(testing::Message() << src.width << "x" << src.height);
+    const Plane four(random, 4 * src.width, 4 * src.height);
+    Plane dst = four;
+    upScale4x4(dst.data(), src.data(), src.width, src.height, dst.stride, src.stride);
+    ASSERT_TRUE(Holds(dst, four, [&](int r, int c) { return Quadruple(src, r, c); }));
 
-TEST(Upscale, RowRangesAreCutToTheImage) {
-  Random random(5);
-  const Plane source = RandomPlane(random, 7, 4);
-  for (const int width : {14, 13}) {
-    const Plane expected = PlainBilinear(source, width, 8);
-    GuardedPlane src(source, 7);
-    GuardedPlane dst(Plane(width, 8), width);
-    upScale2x2(dst.get(), src.get(), width, 8, width, 7, 4, 7, std::numeric_limits<int>::min(),
-               std::numeric_limits<int>::max());
-    EXPECT_TRUE(dst.Holds(expected));
+    dst = four;
+    upscale_x16_blinear(src.data(), dst.data(), src.width, src.height, src.stride, dst.stride);
+    const bool too_small = src.width < 2 || src.height < 2;
+    ASSERT_TRUE(Holds(dst, four,
+                      [&](int r, int c) { return too_small ? -1 : QuadrupleAligned(src, r, c); }));
+
+    const Plane two(random, 2 * src.width, 2 * src.height);
+    dst = two;
+    upscale_x4_blinear(src.data(), dst.data(), src.width, src.height, src.stride, dst.stride);
+    ASSERT_TRUE(Holds(dst, two, [&](int r, int c) { return DoubleRounded(src, r, c); }));
+
+    // Factors that put positions half-way between samples, and any others.
+    const int width = random.Int(0, 1) == 0 ? 2 * src.width : random.Int(1, 90);
+    const int height = random.Int(0, 1) == 0 ? std::max(src.height / 2, 1) : random.Int(1, 30);
+    const Plane any(random, width, height);
+    dst = any;
+    up_scale_context(src.data(), src.width, src.height, src.stride, dst.data(), width, height,
+                     dst.stride);
+    ASSERT_TRUE(Holds(dst, any, [&](int r, int c) { return Nearest(src, width, height, r, c); }));
   }
-}
-
-TEST(Upscale, FourfoldFilters) {
-  AtEverySimdLevel([] {
-    Random random(22);
-    for (int i = 0; i < 200; ++i) {
-      Plane source = SmallOrWide(random);
-      SCOPED_TRACE(testing::Message() << source.width << "x" << source.height);
-      GuardedPlane src(source, source.width + random.Int(0, 3));
-      const Plane empty(4 * source.width, 4 * source.height, kUnwritten);
-      GuardedPlane quadruple(empty, empty.width + random.Int(0, 3));
-      upScale4x4(quadruple.get(), src.get(), source.width, source.height, quadruple.stride(),
-                 src.stride());
-      // A single column or row stands for two equal ones.
-      Plane at_least_two(std::max(source.width, 2), std::max(source.height, 2));
-      for (int r = 0; r < at_least_two.height; ++r) {
-        for (int c = 0; c < at_least_two.width; ++c) {
-          at_least_two.At(r, c) = static_cast<uint8_t>(
-              source.At(std::min(r, source.height - 1), std::min(c, source.width - 1)));
-        }
-      }
-      const Plane full = PlainQuadruple(at_least_two);
-      Plane expected = empty;
-      for (int r = 0; r < expected.height; ++r) {
-        for (int c = 0; c < expected.width; ++c) {
-          expected.At(r, c) = static_cast<uint8_t>(full.At(r, c));
-        }
-      }
-      ASSERT_TRUE(quadruple.Holds(expected));
-
-      GuardedPlane x16(empty, quadruple.stride());
-      upscale_x16_blinear(src.get(), x16.get(), source.width, source.height, src.stride(),
-                          x16.stride());
-      ASSERT_TRUE(x16.Holds(source.width < 2 || source.height < 2 ? empty : PlainX16(source)));
-
-      GuardedPlane x4(Plane(2 * source.width, 2 * source.height), 2 * source.width + 1);
-      upscale_x4_blinear(src.get(), x4.get(), source.width, source.height, src.stride(),
-                         x4.stride());
-      ASSERT_TRUE(x4.Holds(PlainX4(source)));
-    }
-  });
 }
 
 TEST(Upscale, FourfoldBorderRowsTakeAnyWeights) {
-  AtEverySimdLevel([] {
-    Random random(23);
-    for (int pair = 0; pair < 81; ++pair) {
-      const int upper_weight = pair / 9;
-      const int lower_weight = pair % 9;
-      const Plane source = RandomPlane(random, random.Int(2, 100), 2);
-      GuardedPlane src(source, source.width);
-      GuardedPlane dst(Plane(4 * source.width, 2), 4 * source.width);
-      upScale4x4BorderRows(dst.get(), dst.get() + dst.stride(), src.get(), src.get() + src.stride(),
-                           source.width, upper_weight, lower_weight);
-      Plane expected(4 * source.width, 2);
-      for (int c = 0; c < expected.width; ++c) {
-        const int at = std::clamp((c - 2) >> 2, 0, source.width - 2);
-        const int phase = c < 2 ? 0 : c > expected.width - 3 ? 3 : (c - 2) % 4;
-        const auto blend = [&](int column) {
-          return upper_weight * source.At(0, column) + lower_weight * source.At(1, column);
-        };
-        const int value = ((7 - 2 * phase) * blend(at) + (1 + 2 * phase) * blend(at + 1) + 32) >> 6;
-        expected.At(0, c) = expected.At(1, c) = static_cast<uint8_t>(value);
-      }
-      ASSERT_TRUE(dst.Holds(expected)) << upper_weight << " " << lower_weight;
-    }
-  });
-}
-
-TEST(Upscale, NearestTakesTheNearestSample) {
-  Random random(24);
-  for (int i = 0; i < 300; ++i) {
-    const Plane source = SmallOrWide(random);
-    // Factors that put positions half-way between samples, and any others.
-    const int width = random.Int(0, 1) == 0 ? 2 * source.width : random.Int(1, 90);
-    const int height = random.Int(0, 1) == 0 ? std::max(source.height / 2, 1) : random.Int(1, 30);
-    GuardedPlane src(source, source.width + random.Int(0, 2));
-    GuardedPlane dst(Plane(width, height), width + random.Int(0, 2));
-    ASSERT_EQ(up_scale_context(src.get(), source.width, source.height, src.stride(), dst.get(),
-                               width, height, dst.stride()),
-              src.get());
-    ASSERT_TRUE(dst.Holds(PlainNearest(source, width, height)))
-        << source.width << "x" << source.height << " to " << width << "x" << height;
+  Random random(23);
+  for (int pair = 0; pair < 81; ++pair) {
+    const int upper = pair / 9;
+    const int lower = pair % 9;
+    Plane src(random, random.Int(2, 100), 2);
+    const Plane before(random, 4 * src.width, 2);
+    Plane dst = before;
+    upScale4x4BorderRows(dst.data(), dst.data() + dst.stride, src.data(), src.data() + src.stride,
+                         src.width, upper, lower);
+    ASSERT_TRUE(Holds(dst, before, [&](int, int c) {
+      const Phase x(c, src.width);
+      const auto blend = [&](int at) { return upper * src.At(0, at) + lower * src.At(1, at); };
+      return ((8 - x.second_weight) * blend(x.pair) + x.second_weight * blend(x.pair + 1) + 32) >>
+             6;
+    }));
   }
 }
 
-TEST(Upscale, EmptySizesAndNullPointersDoNothing) {
-  Random random(25);
-  Plane source = RandomPlane(random, 4, 4);
-  uint8_t* src = source.samples.data();
+TEST(Downscale, AveragesWholeBlocks) {
+  Random random(31);
+  for (int i = 0; i < 200; ++i) {
+    // What fills no block is left out.
+    Plane src(random, random.Int(4, 240), random.Int(4, 20));
+    const auto sum = [&](int size, int r, int c) {
+      int total = 0;
+      for (int at = 0; at < size * size; ++at) {
+        total += src.At(size * r + at / size, size * c + at % size);
+      }
+      return total;
+    };
+    const auto truncated = [&](int r, int c) { return sum(2, r, c) >> 2; };
+    const auto pairs_up = [&](int r, int c) {
+      const int top = (src.At(2 * r, 2 * c) + src.At(2 * r, 2 * c + 1) + 1) >> 1;
+      const int bottom = (src.At(2 * r + 1, 2 * c) + src.At(2 * r + 1, 2 * c + 1) + 1) >> 1;
+      return (top + bottom + 1) >> 1;
+    };
+    const auto quarter = [&](int r, int c) { return (sum(4, r, c) + 8) >> 4; };
+
+    const Plane half(random, src.width / 2, src.height / 2);
+    Plane dst = half;
+    averageGrayU8Down2x2(dst.data(), src.data(), half.width, half.height, dst.stride, -1, -1,
+                         src.stride);
+    ASSERT_TRUE(Holds(dst, half, truncated));
+    downscale_x4_avg(src.data(), dst.data(), src.width, src.height, src.stride, dst.stride);
+    ASSERT_TRUE(Holds(dst, half, pairs_up));
+
+    const Plane fourth(random, src.width / 4, src.height / 4);
+    dst = fourth;
+    averageGrayU8Down4x4(dst.data(), src.data(), fourth.width, fourth.height, dst.stride, -1, -1,
+                         src.stride);
+    ASSERT_TRUE(Holds(dst, fourth, quarter));
+    dst = fourth;
+    downscale_x16_avg(src.data(), dst.data(), src.width, src.height, src.stride, dst.stride);
+    ASSERT_TRUE(Holds(dst, fourth, quarter));
+  }
+}
+
+TEST(Rescale, EmptySizesAndNullPointersDoNothing) {
+  constexpr uint8_t kUnwritten = 0x5A;
+  Bytes source(16, 1);
+  uint8_t* src = source.data();
   Bytes dst(400, kUnwritten);
   for (const int bad : {0, -1, std::numeric_limits<int>::min()}) {
     upScale4x4(dst.data(), src, bad, 4, 16, 4);
