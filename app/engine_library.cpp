@@ -25,8 +25,8 @@ EngineLibrary::EngineLibrary(const std::string& path) {
   LibraryPtr library(dlopen(file.c_str(), RTLD_NOW | RTLD_GLOBAL));
   if (library == nullptr) {
     const char* cause = dlerror();
-    throw RunError("--engine " + path + ": cannot be loaded: " +
-                   (cause != nullptr ? cause : "unknown cause"));
+    throw RunError("--engine " + path +
+                   ": cannot be loaded: " + (cause != nullptr ? cause : "unknown cause"));
   }
   const LibraryPtr by_soname(dlopen(kSoname, RTLD_NOW | RTLD_NOLOAD));
   if (by_soname != library) {

@@ -24,7 +24,8 @@ void TakeLine(void* source, int level, const char* format, va_list args) {
   text[std::strcspn(text, "\n")] = '\0';
   const AVClass* origin = source == nullptr ? nullptr : *static_cast<AVClass**>(source);
   if (show_lines) {
-    std::fprintf(stderr, "%s: %s\n", origin != nullptr ? origin->item_name(source) : "ffmpeg", text);
+    std::fprintf(stderr, "%s: %s\n", origin != nullptr ? origin->item_name(source) : "ffmpeg",
+                 text);
   }
   if (level <= AV_LOG_ERROR) {
     const std::lock_guard lock(detail_mutex);

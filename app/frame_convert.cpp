@@ -74,10 +74,9 @@ ColourInfo ColourInfo::Of(const AVFrame& frame) {
 }
 
 ScalerPtr Scaler::NewScaler(const Task& task, const ColourInfo& colour) {
-  ScalerPtr scaler(sws_getContext(task.from_width, task.from_height,
-                                  WithoutRange(task.from_pixels), task.to_width, task.to_height,
-                                  task.to_pixels, SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr,
-                                  nullptr));
+  ScalerPtr scaler(sws_getContext(task.from_width, task.from_height, WithoutRange(task.from_pixels),
+                                  task.to_width, task.to_height, task.to_pixels,
+                                  SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
   if (scaler == nullptr) {
     const char* name = av_get_pix_fmt_name(task.from_pixels);
     throw RunError(std::string("pictures in the format ") + (name != nullptr ? name : "unknown") +
@@ -98,8 +97,8 @@ void Scaler::Scale(const Picture& from, uint8_t* const* to, const int* to_linesi
     scaler_ = NewScaler(task, colour);
     task_ = task;
   }
-  const int rows = sws_scale(scaler_.get(), from.data, from.linesize, 0, from.height, to,
-                             to_linesize);
+  const int rows =
+      sws_scale(scaler_.get(), from.data, from.linesize, 0, from.height, to, to_linesize);
   CheckFFmpeg(rows, "picture conversion");
 }
 
@@ -139,10 +138,9 @@ void FrameConverter::Convert(const AVFrame& frame, uint8_t* picture) {
           "; such frames are scaled to the first one's size");
   }
   // An odd column or row is left out; a frame of another size is scaled as a whole.
-  const Scaler::Picture source{frame.data, frame.linesize,
-                               same_size ? Even(frame.width) : frame.width,
-                               same_size ? Even(frame.height) : frame.height,
-                               static_cast<AVPixelFormat>(frame.format)};
+  const Scaler::Picture source{
+      frame.data, frame.linesize, same_size ? Even(frame.width) : frame.width,
+      same_size ? Even(frame.height) : frame.height, static_cast<AVPixelFormat>(frame.format)};
   FramePlanes planes(shape_, picture);
   if (orientation_.upright()) {
     scaler_.Scale(source, planes.data, planes.linesize, shape_.width, shape_.height,
@@ -157,10 +155,9 @@ void FrameConverter::Convert(const AVFrame& frame, uint8_t* picture) {
     TurnPlane(orientation_, lying_->data[plane], lying_->linesize[plane], lying_->width >> shift,
               lying_->height >> shift, turned_->data[plane], turned_->linesize[plane]);
   }
-  layout_scaler_.Scale({turned_->data, turned_->linesize, turned_->width, turned_->height,
-                        shape_.format.rotating},
-                       planes.data, planes.linesize, shape_.width, shape_.height,
-                       shape_.format.pixels, colour_);
+  layout_scaler_.Scale(
+      {turned_->data, turned_->linesize, turned_->width, turned_->height, shape_.format.rotating},
+      planes.data, planes.linesize, shape_.width, shape_.height, shape_.format.pixels, colour_);
 }
 
 }  // namespace vantro::app

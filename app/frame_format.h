@@ -46,8 +46,9 @@ struct FrameShape {
 // The planes of a picture of this shape, as FFmpeg's functions take them.
 struct FramePlanes {
   FramePlanes(const FrameShape& shape, uint8_t* picture)
-      : data{picture, shape.packed() ? nullptr
-                                     : picture + static_cast<ptrdiff_t>(shape.stride) * shape.height},
+      : data{picture, shape.packed()
+                          ? nullptr
+                          : picture + static_cast<ptrdiff_t>(shape.stride) * shape.height},
         linesize{shape.packed() ? 2 * shape.stride : shape.stride,
                  shape.packed() ? 0 : shape.stride} {}
   uint8_t* data[4];

@@ -195,7 +195,7 @@ extern "C" int __system_property_get(const char* name, char* value) {
   if (std::strcmp(name, "vendor.qzVantro.printlog") == 0 ||
       (std::strcmp(name, "vendor.qzVantroPhoto.printlog") == 0 &&
        vantro::app::LibraryLog::Get().shown())) {
-    std::strcpy(value, "1");
+    std::memcpy(value, "1", sizeof("1"));
     return 1;
   }
   static auto* const get =

@@ -12,6 +12,7 @@
 #include "app/photo_command.h"
 #include "app/video_command.h"
 
+// NOLINTNEXTLINE(bugprone-exception-escape): memory for the command line itself.
 int main(int argc, char** argv) {
   using namespace vantro::app;
   // A reader of our output that goes away is an error of the write, with a message.

@@ -113,7 +113,7 @@ bool PutInteger(OutStream& stream, const Conversion& conversion, char letter, Ar
 
   char buffer[kMostDigits];
   char* const end = buffer + sizeof(buffer);
-  char* begin = end;
+  char* begin = nullptr;
   if (letter == 'x' || letter == 'X' || is_pointer) {
     const char* digits = letter == 'X' ? kUpperDigits : kLowerDigits;
     begin = WritePowerOfTwoBase(end, value, 4, digits);

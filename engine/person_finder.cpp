@@ -48,7 +48,7 @@ int PersonFinder::Gather(size_t cell, uint16_t label) {
     const int column = index % cell_columns_;
     for (int r = std::max(row - 1, 0); r <= std::min(row + 1, cell_rows_ - 1); ++r) {
       for (int c = std::max(column - 1, 0); c <= std::min(column + 1, cell_columns_ - 1); ++c) {
-        const auto neighbour = static_cast<size_t>(r * cell_columns_ + c);
+        const size_t neighbour = CellAt(r, c);
         if (labels_[neighbour] != 0 || counts_[neighbour] < kCellSamples) continue;
         labels_[neighbour] = label;
         pending_.push_back(static_cast<uint32_t>(neighbour));
@@ -62,7 +62,7 @@ int PersonFinder::Gather(size_t cell, uint16_t label) {
 bool PersonFinder::NearKeptCell(int row, int column, int smallest) const {
   for (int r = std::max(row - 1, 0); r <= std::min(row + 1, cell_rows_ - 1); ++r) {
     for (int c = std::max(column - 1, 0); c <= std::min(column + 1, cell_columns_ - 1); ++c) {
-      if (sizes_[labels_[static_cast<size_t>(r * cell_columns_ + c)]] >= smallest) return true;
+      if (sizes_[labels_[CellAt(r, c)]] >= smallest) return true;
     }
   }
   return false;

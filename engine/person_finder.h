@@ -31,6 +31,10 @@ class PersonFinder {
   void CountSamples(const ProbabilityMap& map);
   // Gathers the cells connected with `cell` under `label`. Returns the number of their samples.
   int Gather(size_t cell, uint16_t label);
+  size_t CellAt(int row, int column) const {
+    return static_cast<size_t>(row) * static_cast<size_t>(cell_columns_) +
+           static_cast<size_t>(column);
+  }
   bool NearKeptCell(int row, int column, int smallest) const;
 
   int cell_rows_;

@@ -13,9 +13,11 @@ namespace vantro {
 // memory.
 class OwnedLabeller : public ConnectedComponentsLabeling {
  public:
-  explicit OwnedLabeller(int32_t entries)
-      : ConnectedComponentsLabeling{new (std::nothrow) LabelEntry[static_cast<size_t>(entries)](),
-                                    0, entries} {}
+  explicit OwnedLabeller(int32_t entries) {
+    table = new (std::nothrow) LabelEntry[static_cast<size_t>(entries)]();
+    count = 0;
+    capacity = entries;
+  }
   ~OwnedLabeller() { delete[] table; }
   OwnedLabeller(const OwnedLabeller&) = delete;
   OwnedLabeller& operator=(const OwnedLabeller&) = delete;

@@ -1,4 +1,4 @@
-/* Compiles the headers that promise to be usable from C, and holds the frame record to its layout. */
+/* Compiles the headers that promise to be usable from C; holds the frame record to its layout. */
 #include <stddef.h>
 
 #include "vantro/bounded.h"
@@ -6,8 +6,7 @@
 #include "vantro/thread.h"
 #include "vantro/vantro.h"
 
-#define AT(field, offset) \
-  _Static_assert(offsetof(Vantro_t, field) == (offset), #field " has moved")
+#define AT(field, offset) _Static_assert(offsetof(Vantro_t, field) == (offset), #field " has moved")
 
 AT(yuv, 0);
 AT(last_yuv, 8);

@@ -30,7 +30,7 @@ Picture Thumbnail(const Raster& raster, int most_width, int most_height) {
       for (int x = 0, from_x = 0; x < width; ++x) {
         for (const int end_x = end_of(x, raster.width, width); from_x < end_x; ++from_x) {
           for (int c = 0; c < 3; ++c) {
-            sums[static_cast<size_t>(3 * x + c)] += row.row(0)[3 * from_x + c];
+            sums[3 * static_cast<size_t>(x) + static_cast<size_t>(c)] += row.row(0)[3 * from_x + c];
           }
         }
       }
@@ -40,7 +40,7 @@ Picture Thumbnail(const Raster& raster, int most_width, int most_height) {
       const auto count = static_cast<uint32_t>(rows * (end_x - from_x));
       from_x = end_x;
       for (int c = 0; c < 3; ++c) {
-        const uint32_t sum = sums[static_cast<size_t>(3 * x + c)];
+        const uint32_t sum = sums[3 * static_cast<size_t>(x) + static_cast<size_t>(c)];
         small.row(y)[3 * x + c] = static_cast<uint8_t>((sum + count / 2) / count);
       }
     }

@@ -5,5 +5,4 @@
 /* The library is built with hidden visibility; only what carries this mark is exported. */
 #define VANTRO_API __attribute__((visibility("default")))
 
-
 #endif /* VANTRO_EXPORT_H_ */

@@ -26,12 +26,12 @@ extern "C" {
 /* Result codes of the handle functions and of the stages. */
 enum {
   VANTRO_OK = 0,
-  VANTRO_ERR_FAILED = -1,          /* null Init argument, first-frame copy or engine failure */
-  VANTRO_ERR_OPEN = -2000,         /* context, engine library or a buffer of Init not to be had */
-  VANTRO_ERR_INPUT = -2001,        /* record, handle or memory pool refused */
-  VANTRO_ERR_NO_REGION = -2005,    /* stages: no connected region in the mask */
-  VANTRO_ERR_MASK_SIZE = -2006,    /* stages: bad frame, mask or crop box size */
-  VANTRO_ERR_STAGE_INPUT = -2007   /* stages: no context, or bad labelling and area arguments */
+  VANTRO_ERR_FAILED = -1,        /* null Init argument, first-frame copy or engine failure */
+  VANTRO_ERR_OPEN = -2000,       /* context, engine library or a buffer of Init not to be had */
+  VANTRO_ERR_INPUT = -2001,      /* record, handle or memory pool refused */
+  VANTRO_ERR_NO_REGION = -2005,  /* stages: no connected region in the mask */
+  VANTRO_ERR_MASK_SIZE = -2006,  /* stages: bad frame, mask or crop box size */
+  VANTRO_ERR_STAGE_INPUT = -2007 /* stages: no context, or bad labelling and area arguments */
 };
 
 /* Values of Vantro_t::yuv_format. Strides count pixels of the luma plane. */
@@ -65,8 +65,8 @@ typedef struct CROP_BOX {
  * it at the start of a call and never writes the caller's record; pixel buffers stay the caller's.
  */
 typedef struct Vantro_t {
-  uint8_t* yuv; /* video: the newest frame, read until the next call returns; photo: changed in
-                   place. Never null. */
+  uint8_t* yuv;      /* video: the newest frame, read until the next call returns; photo: changed in
+                        place. Never null. */
   uint8_t* last_yuv; /* video: the buffer of the frame before, which receives the rendered result;
                         photo: must be null */
   uint8_t yuv_format; /* VANTRO_FORMAT_* */
@@ -78,16 +78,17 @@ typedef struct Vantro_t {
   Rect_t rect;         /* video: rectangle to render; an invalid one means the whole frame */
   CROP_BOX crop_param; /* filled by the library in its own copy; the caller's value is ignored */
   uint8_t reserved2[4];
-  uint8_t* mask;     /* as crop_param: maskw * maskh bytes, 1 = subject, 0 = background */
-  int32_t maskh;     /* as crop_param */
-  int32_t maskw;     /* as crop_param */
+  uint8_t* mask; /* as crop_param: maskw * maskh bytes, 1 = subject, 0 = background */
+  int32_t maskh; /* as crop_param */
+  int32_t maskw; /* as crop_param */
   uint8_t reserved3[8];
   int32_t reset_flag;  /* 1: video: start a new sequence with this frame; photo: forget the subject
                           state */
   int32_t seg_param_a; /* handed to the segmentation engine unchanged */
   uint8_t reserved4[4];
   int32_t seg_param_b;   /* handed to the segmentation engine unchanged */
-  uint8_t seg_output[4]; /* the engine may write here, and on into reserved5, in the library's copy */
+  uint8_t seg_output[4]; /* the engine may write here, and on into reserved5, in the library's
+                            copy */
   uint8_t reserved5[220];
 } Vantro_t;
 

@@ -80,7 +80,8 @@ TEST_F(Interrupt, BeforeTheFirstFrameLeavesNothing) {
   }
 }
 
-// Pictures in work are finished, or, after a second signal, not even begun; none is left half-written.
+// Pictures in work are finished, or, after a second signal, not even begun; none is left
+// half-written.
 TEST_F(Interrupt, OfPicturesLeavesWholeOnes) {
   TestPicture picture(500, 400, 3);
   for (size_t i = 0; i < picture.samples.size(); ++i) {
