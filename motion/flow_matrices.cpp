@@ -124,7 +124,7 @@ struct Stretch {
   HWY_ALIGN float weight[4][kMost];  // of the four pixels around the position
   HWY_ALIGN int32_t index[kMost];    // of the upper left of them; -1 outside
   HWY_ALIGN float four[4 * kMost];   // (r0 - r)/2 twice, then the mean of r0 and r twice
-  HWY_ALIGN float last[kMost];       // the mean of the mixed coefficients, halved
+  HWY_ALIGN float last[kMost + 3];   // the mean of the mixed coefficients, halved; and room
   HWY_ALIGN float scale[kMost];      // attenuation
 };
 
@@ -135,6 +135,9 @@ HWY_INLINE void CoverByVectors(ptrdiff_t count, ptrdiff_t lanes, const Step& ste
   for (; i + lanes <= count; i += lanes) step(i);
   if (i < count) step(count - lanes);
 }
+
+// Columns of a vector; hn::Iota is compiled to a store of every lane.
+HWY_ALIGN constexpr float kSteps[kFewest] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
 // Where the flow points, and the interpolation weights there.
 void Positions(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, ptrdiff_t count,
@@ -153,7 +156,7 @@ void Positions(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, ptrdiff_t co
   CoverByVectors(count, static_cast<ptrdiff_t>(hn::Lanes(d)), [&](ptrdiff_t i) HWY_ATTR {
     V dx, dy;
     hn::LoadInterleaved2(d, flow + 2 * i, dx, dy);
-    const V fx = hn::Add(hn::ConvertTo(d, hn::Iota(di, static_cast<int32_t>(x + i))), dx);
+    const V fx = hn::Add(hn::Add(hn::Load(d, kSteps), hn::Set(d, static_cast<float>(x + i))), dx);
     const V fy = hn::Add(row, dy);
     const auto inside = hn::And(hn::And(hn::Ge(fx, zero), hn::Ge(fy, zero)),
                                 hn::And(hn::Lt(fx, end_x), hn::Lt(fy, end_y)));
@@ -174,38 +177,71 @@ void Positions(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, ptrdiff_t co
   });
 }
 
-// Interpolates the second expansion and meets it with the first. A pixel's first four coefficients
-// make one vector; differences are sums with the sign turned.
+// For the five coefficients of a pixel, and three floats behind them that do not count.
+HWY_ALIGN constexpr float kSigns[8] = {-0.0f, -0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f};
+HWY_ALIGN constexpr float kShares[8] = {0.5f, 0.5f, 0.5f, 0.5f, 0.25f, 0.0f, 0.0f, 0.0f};
+HWY_ALIGN constexpr float kSharesAlone[8] = {0.5f, 0.5f, 1.0f, 1.0f, 0.5f, 0.0f, 0.0f, 0.0f};
+
+// Interpolates between four pixels and meets the result with `first`; differences are sums with the
+// sign turned.
+template <class D>
+HWY_INLINE hn::Vec<D> Meet(D d, const float* first, const float* upper, const float* lower,
+                           const Stretch& stretch, ptrdiff_t i) {
+  const auto weight = [&](int j) HWY_ATTR { return hn::Set(d, stretch.weight[j][i]); };
+  auto r = hn::Mul(weight(0), hn::LoadU(d, upper));
+  r = hn::Add(r, hn::Mul(weight(1), hn::LoadU(d, upper + 5)));
+  r = hn::Add(r, hn::Mul(weight(2), hn::LoadU(d, lower)));
+  r = hn::Add(r, hn::Mul(weight(3), hn::LoadU(d, lower + 5)));
+  const auto sum = hn::Add(hn::LoadU(d, first), hn::Xor(r, hn::Load(d, kSigns)));
+  return hn::Mul(sum, hn::Load(d, kShares));
+}
+
+// The same for the four coefficients and the fifth.
+HWY_INLINE void MeetFour(const float* first, const float* upper, const float* lower, ptrdiff_t i,
+                         Stretch& stretch) {
+  const hn::FixedTag<float, 4> d;
+  hn::Store(Meet(d, first, upper, lower, stretch, i), d, stretch.four + 4 * i);
+  const float r6 = stretch.weight[0][i] * upper[4] + stretch.weight[1][i] * upper[9] +
+                   stretch.weight[2][i] * lower[4] + stretch.weight[3][i] * lower[9];
+  stretch.last[i] = (first[4] + r6) * kShares[4];
+}
+
+#if HWY_MAX_BYTES >= 32
+// The same in one vector, which reads three floats more of every pixel.
+HWY_INLINE void MeetEight(const float* first, const float* upper, const float* lower, ptrdiff_t i,
+                          Stretch& stretch) {
+  const hn::FixedTag<float, 8> d;
+  const hn::FixedTag<float, 4> half;
+  const auto all = Meet(d, first, upper, lower, stretch, i);
+  hn::Store(hn::LowerHalf(half, all), half, stretch.four + 4 * i);
+  hn::StoreU(hn::UpperHalf(half, all), half, stretch.last + i);
+}
+#endif
+
+// Interpolates the second expansion where the flow points and meets it with the first.
 void Coefficients(const ExpansionPair& pair, ptrdiff_t x, ptrdiff_t y, ptrdiff_t count,
                   Stretch& stretch) {
   const hn::FixedTag<float, 4> d;
-  HWY_ALIGN static constexpr float kSigns[4] = {-0.0f, -0.0f, 0.0f, 0.0f};
-  HWY_ALIGN static constexpr float kAlone[4] = {0.5f, 0.5f, 1.0f, 1.0f};
-  const auto signs = hn::Load(d, kSigns);
-  const auto alone = hn::Load(d, kAlone);
-  const auto half = hn::Set(d, 0.5f);
-  const float* c0 = pair.r0 + 5 * (y * pair.width + x);
+  const ptrdiff_t pixel = y * pair.width + x;
+  const float* c0 = pair.r0 + 5 * pixel;
+  // From here on eight floats of a pixel may pass the end of an image.
+  [[maybe_unused]] const ptrdiff_t last_pixel = pair.width * pair.height - 1;
   for (ptrdiff_t i = 0; i < count; ++i, c0 += 5) {
-    const auto first = hn::LoadU(d, c0);
     const ptrdiff_t index = stretch.index[i];
     if (HWY_UNLIKELY(index < 0)) {
-      hn::Store(hn::Mul(first, alone), d, stretch.four + 4 * i);
-      stretch.last[i] = c0[4] * 0.5f;
+      hn::Store(hn::Mul(hn::LoadU(d, c0), hn::Load(d, kSharesAlone)), d, stretch.four + 4 * i);
+      stretch.last[i] = c0[4] * kSharesAlone[4];
       continue;
     }
     const float* upper = pair.r1 + 5 * index;
     const float* lower = upper + 5 * pair.width;
-    const float w0 = stretch.weight[0][i];
-    const float w1 = stretch.weight[1][i];
-    const float w2 = stretch.weight[2][i];
-    const float w3 = stretch.weight[3][i];
-    auto r = hn::Mul(hn::Set(d, w0), hn::LoadU(d, upper));
-    r = hn::Add(r, hn::Mul(hn::Set(d, w1), hn::LoadU(d, upper + 5)));
-    r = hn::Add(r, hn::Mul(hn::Set(d, w2), hn::LoadU(d, lower)));
-    r = hn::Add(r, hn::Mul(hn::Set(d, w3), hn::LoadU(d, lower + 5)));
-    hn::Store(hn::Mul(hn::Add(first, hn::Xor(r, signs)), half), d, stretch.four + 4 * i);
-    const float r6 = w0 * upper[4] + w1 * upper[9] + w2 * lower[4] + w3 * lower[9];
-    stretch.last[i] = (c0[4] + r6) * 0.25f;
+#if HWY_MAX_BYTES >= 32
+    if (HWY_LIKELY(pixel + i < last_pixel && index + pair.width + 1 < last_pixel)) {
+      MeetEight(c0, upper, lower, i, stretch);
+      continue;
+    }
+#endif
+    MeetFour(c0, upper, lower, i, stretch);
   }
 }
 
