@@ -201,16 +201,17 @@ void PackedToRgb(const uint8_t* frame, size_t width, size_t height, uint8_t* rgb
 }
 
 void SaveFrame(const char* path, const uint8_t* frame, int width, int height, int type) {
-  const int64_t bytes = int64_t{width} * 3 * std::max(height, 0);
+  const int64_t pixels = int64_t{width} * std::max(height, 0);
   HeapBlock<uint8_t> rgb;
-  if (width >= 0 && bytes <= std::numeric_limits<int32_t>::max()) {
-    rgb = AllocFromHeap<uint8_t>(static_cast<uint64_t>(bytes));
+  if (width >= 0 && pixels <= std::numeric_limits<int32_t>::max() / 3) {
+    rgb = AllocFromHeap<uint8_t>(static_cast<uint64_t>(3 * pixels));
   }
   if (rgb == nullptr) {
     VANTRO_LOGD(kTagVideo, "%s rgb_buf alloc Failed!\n", kFrameDumpName);
     return;
   }
-  memset_s(rgb.get(), static_cast<size_t>(bytes), 0, static_cast<size_t>(bytes));
+  const auto bytes = static_cast<size_t>(3 * pixels);
+  memset_s(rgb.get(), bytes, 0, bytes);
   const auto columns = static_cast<size_t>(width);
   const auto rows = static_cast<size_t>(std::max(height, 0));
   const bool readable = frame != nullptr && bytes > 0;

@@ -152,8 +152,11 @@ TEST_F(Diagnostics, DumpsFramesInTheirColours) {
   uint8_t byte = 0;
   save_nv12_or_nv21_UYVY_to_bmp_file(Path("f"), &byte, 1, 1, 3);
   EXPECT_TRUE(log_.contains("save_nv12_or_nv21_UYVY_to_bmp_file type is 3, not support!\n"));
-  save_nv12_or_nv21_UYVY_to_bmp_file(Path("f"), &byte, 60000, 60000, 0);
-  EXPECT_TRUE(log_.contains("save_nv12_or_nv21_UYVY_to_bmp_file rgb_buf alloc Failed!\n"));
+  for (const int side : {60000, INT32_MAX}) {
+    log_.clear();
+    save_nv12_or_nv21_UYVY_to_bmp_file(Path("f"), &byte, side, side, 0);
+    EXPECT_TRUE(log_.contains("save_nv12_or_nv21_UYVY_to_bmp_file rgb_buf alloc Failed!\n"));
+  }
   save_nv12_or_nv21_UYVY_to_bmp_file(Path("f"), &byte, -5, -5, 0);
   save_nv12_or_nv21_UYVY_to_bmp_file(Path("f"), nullptr, 2, 2, 0);
   EXPECT_TRUE(NoFiles());
