@@ -19,6 +19,8 @@ struct FrameSizes {
   bool Halves() const {
     return src_width == 2 * int64_t{dst_width} && src_height == 2 * int64_t{dst_height};
   }
+  bool HasPairs() const { return src_width >= 2 && dst_width >= 2 && src_stride >= src_width; }
+  int DstPairs() const { return HasPairs() ? dst_width / 2 : 0; }
 };
 
 // A null plane stays null, so that the channel resizer refuses it.
@@ -31,11 +33,15 @@ void ResizeLuma(const unsigned char* src, unsigned char* dst, const FrameSizes& 
   ResizeUcharChl(src, dst, s.src_width, s.src_stride, s.src_height, s.dst_width, s.dst_height, 1);
 }
 
-// `channel` 0 or 1 of the chroma pairs.
+// `channel` 0 or 1 of the chroma pairs. A frame without any, or with rows that overlap, has no
+// chroma plane to point at.
 void ResizeChroma(const unsigned char* src, unsigned char* dst, const FrameSizes& s, int channel) {
-  ResizeUcharChl(Offset(src, int64_t{s.src_height} * s.src_stride + channel),
-                 Offset(dst, int64_t{s.dst_height} * s.dst_width + channel), s.src_width / 2,
-                 s.src_stride / 2, s.src_height / 2, s.dst_width / 2, s.dst_height / 2, 2);
+  if (s.HasPairs() && s.src_height >= 2 && s.dst_height >= 2) {
+    src = Offset(src, int64_t{s.src_height} * s.src_stride + channel);
+    dst = Offset(dst, int64_t{s.dst_height} * s.dst_width + channel);
+  }
+  ResizeUcharChl(src, dst, s.src_width / 2, s.src_stride / 2, s.src_height / 2, s.DstPairs(),
+                 s.dst_height / 2, 2);
 }
 
 // A pair of UYVY pixels takes U, Y and V of the first of its two source pairs and the first luma of
@@ -92,11 +98,11 @@ void ResizeUcharUYVY(const unsigned char* src, unsigned char* dst, int srcW, int
     vantro::HalvePacked(src, dst, sizes);
     return;
   }
-  ResizeUcharChl(src, dst, srcW / 2, srcStride / 2, srcH, dstW / 2, dstH, 4);
+  ResizeUcharChl(src, dst, srcW / 2, srcStride / 2, srcH, sizes.DstPairs(), dstH, 4);
   ResizeUcharChl(vantro::Offset(src, 1), vantro::Offset(dst, 1), srcW, srcStride, srcH, dstW, dstH,
                  2);
   ResizeUcharChl(vantro::Offset(src, 2), vantro::Offset(dst, 2), srcW / 2, srcStride / 2, srcH,
-                 dstW / 2, dstH, 4);
+                 sizes.DstPairs(), dstH, 4);
 }
 
 void ResizeUcharHalfSemiPlanar(const unsigned char* src, unsigned char* dst, int /*srcW*/, int srcH,
