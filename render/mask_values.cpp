@@ -4,7 +4,7 @@
 
 unsigned char* preProcessMask(unsigned char* dst, unsigned char* src, int rows, int cols,
                               int dstStride) {
-  if (dst == nullptr || src == nullptr) return dst;
+  if (dst == nullptr || src == nullptr || cols < 1) return dst;
   for (ptrdiff_t y = 0; y < rows; ++y) {
     const unsigned char* from = src + y * cols;
     unsigned char* to = dst + y * dstStride;

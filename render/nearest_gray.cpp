@@ -119,7 +119,9 @@ class NearestStrip {
 
 unsigned char* up_scale_context(unsigned char* src, int srcWidth, int srcHeight, int srcStride,
                                 unsigned char* dst, int dstWidth, int dstHeight, int dstStride) {
-  if (dst == nullptr || src == nullptr || srcWidth < 1 || srcHeight < 1) return src;
+  if (dst == nullptr || src == nullptr || srcWidth < 1 || srcHeight < 1 || dstHeight < 1) {
+    return src;
+  }
   const float ratio_x = vantro::SizeRatio(srcWidth, dstWidth);
   const float ratio_y = vantro::SizeRatio(srcHeight, dstHeight);
   for (int64_t x = 0; x < dstWidth; x += NearestStrip::kColumns) {
