@@ -72,7 +72,7 @@ bool KeepFirstFrame(VantroContext& cxt, const Vantro_t& frame) {
   const int64_t luma = int64_t{frame.height} * frame.stride;
   int64_t size = cxt.firstFramesize;
   if (frame.yuv_format == VANTRO_FORMAT_NV21 || frame.yuv_format == VANTRO_FORMAT_NV12) {
-    size = luma * 3 / 2;
+    size = luma + luma / 2;
   } else if (frame.yuv_format == VANTRO_FORMAT_UYVY) {
     size = luma * 2;
   } else {

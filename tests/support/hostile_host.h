@@ -85,6 +85,8 @@ class HostileHost {
     SetGeometry();
   }
 
+  bool memory_may_fail = false;  // in the next step: the pool
+
   // One call of the handle's Process function. False if it answered what it must not.
   bool Step() {
     if (OneIn(6)) SetGeometry();
@@ -98,9 +100,11 @@ class HostileHost {
     record.maskw = record.maskh = Extreme();
     const bool giant = OneIn(60);
     if (giant) {  // more than any buffer: to be refused before a byte is touched
-      record.yuv_format = VANTRO_FORMAT_NV21;
-      record.width = record.stride = 1 << 20;
-      record.height = source_.Int(1 << 12, std::numeric_limits<int>::max());
+      constexpr int kMost = std::numeric_limits<int>::max();
+      constexpr uint8_t kFormats[] = {VANTRO_FORMAT_NV21, VANTRO_FORMAT_NV12, VANTRO_FORMAT_UYVY};
+      record.yuv_format = kFormats[source_.Int(0, 2)];
+      record.width = record.stride = source_.Int(1 << 20, kMost);
+      record.height = source_.Int(1 << 12, kMost);
       record.reset_flag = 1;
     }
     const int64_t bytes = giant ? 16 : DescribedBytes(record);
@@ -125,9 +129,9 @@ class HostileHost {
     if (refused || (photo_ && giant)) return code == VANTRO_ERR_INPUT;
     if (photo_) return code == 0 || code == VANTRO_ERR_FAILED;
     previous_ = std::move(frame);
-    // A sequence may not begin with rows that run backwards.
-    if (record.stride < 0 && code == VANTRO_ERR_FAILED) return true;
-    return code == (giant ? VANTRO_ERR_FAILED : 0);
+    // Where a sequence begins, rows may not run backwards and the pool may have no memory.
+    if (code == VANTRO_ERR_FAILED) return giant || record.stride < 0 || memory_may_fail;
+    return code == 0 && !giant;
   }
 
  private:
