@@ -18,6 +18,9 @@ if(VANTRO_SANITIZE)
   target_compile_options(vantro_options INTERFACE
     -fsanitize=${VANTRO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
   target_link_options(vantro_options INTERFACE -fsanitize=${VANTRO_SANITIZE})
+  if(VANTRO_FUZZERS)
+    target_compile_options(vantro_options INTERFACE -fsanitize=fuzzer-no-link)
+  endif()
 else()
   # The sanitizers' own interceptors do not know the fortified calls.
   target_compile_options(vantro_options INTERFACE
