@@ -83,7 +83,7 @@ void ResizeRotated(const PlaneResize& plane, int dst_width, int dst_height, uint
     for (int x = 0; x < dst_width;) {
       const int columns = std::min(kTile, dst_width - x);
       for (int i = 0; i < columns; ++i) strip.Row(x + i, tile[i]);
-      TransposeUpwards(tile[0], kStripColumns, columns, count, bottom + x, dst_pitch);
+      TransposeUpwards({tile[0], kStripColumns, columns, count}, bottom + x, dst_pitch);
       x += columns;
     }
     first += count;

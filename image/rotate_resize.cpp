@@ -59,23 +59,37 @@ void RotateSampled(const Rotation& r, int first_column, uint8_t* dst, SampleRow 
       const int column = std::max(std::min(x, r.dst_width - kTile), first_column);
       const int columns = std::min(kTile, r.dst_width - column);
       for (int i = 0; i < columns; ++i) sample_row(column + i, k, run, tile[i]);
-      TransposeUpwards(tile[0], kRun, columns, run, bottom + column, r.dst_pitch);
+      TransposeUpwards({tile[0], kRun, columns, run}, bottom + column, r.dst_pitch);
     }
   }
+}
+
+// Destination row of source column 0.
+uint8_t* BottomRow(const Rotation& r, uint8_t* dst) {
+  return dst + (int64_t{r.dst_height} - 1) * r.dst_pitch;
 }
 
 void RotateLumaByStep(const Rotation& r, uint8_t* dst) {
   const int64_t step = r.step();
   int turned = 0;
-  if (step == 1) {
-    turned = std::min(r.dst_width, r.src_height);
-    TransposeUpwards(r.src, r.src_stride, turned, r.dst_height,
-                     dst + (int64_t{r.dst_height} - 1) * r.dst_pitch, r.dst_pitch);
+  if (step == 1 || step == 2) {
+    turned = static_cast<int>(std::min<int64_t>(r.dst_width, (r.src_height + step - 1) / step));
+    const auto turn = step == 1 ? &TransposeUpwards : &TransposeSecondsUpwards;
+    turn({r.src, step * r.src_stride, turned, r.dst_height}, BottomRow(r, dst), r.dst_pitch);
   }
   RotateSampled(r, turned, dst, [&](int x, int first, int count, uint8_t* out) {
     const uint8_t* const row = r.src + std::min<int64_t>(x * step, r.src_height - 1) * r.src_stride;
     CopyStridedLimited(row, step, first, r.src_width - 1, count, out);
   });
+}
+
+// Destination columns 0 to the result - 1 of both chroma planes, from one chroma row and one pair
+// after the other.
+int RotateEveryPair(const Rotation& r, uint8_t* dst) {
+  const int rows = std::min(r.dst_width, r.src_height / 2);
+  TransposePairsUpwards({r.chroma(), r.src_stride, rows, r.dst_height}, BottomRow(r, dst),
+                        BottomRow(r, dst + r.plane_size()), r.dst_pitch);
+  return rows;
 }
 
 // V and U planes by address: a byte column and half-steps of rows, limited to the last pair.
@@ -95,9 +109,10 @@ void RotateChromaByAddress(const Rotation& r, uint8_t* dst) {
     }
     return;
   }
+  const int turned = step == 2 ? RotateEveryPair(r, dst) : 0;
   for (int channel = 0; channel < 2; ++channel) {
     RotateSampled(
-        r, 0, dst + channel * r.plane_size(), [&](int x, int first, int count, uint8_t* out) {
+        r, turned, dst + channel * r.plane_size(), [&](int x, int first, int count, uint8_t* out) {
           const int64_t rows = std::min<int64_t>(step / 2 * x, r.src_height);
           const int64_t row = std::min(rows * r.src_stride, last_pair);
           CopyStridedLimited(r.chroma() + channel + row, step, first, last_pair - row, count, out);
@@ -110,8 +125,9 @@ void RotateChromaByPairs(const Rotation& r, uint8_t* dst) {
   if (!r.has_chroma()) return;
   const int64_t step = r.step() / 2;
   const int64_t last_pair = (r.src_width / 2 - 1) * 2;
+  const int turned = step == 1 ? RotateEveryPair(r, dst) : 0;
   for (int channel = 0; channel < 2; ++channel) {
-    RotateSampled(r, 0, dst + channel * r.plane_size(),
+    RotateSampled(r, turned, dst + channel * r.plane_size(),
                   [&](int x, int first, int count, uint8_t* out) {
                     const int64_t row = std::min<int64_t>(x * step, r.src_height / 2 - 1);
                     CopyStridedLimited(r.chroma() + channel + row * r.src_stride, 2 * step, first,

@@ -6,10 +6,23 @@
 
 namespace vantro {
 
-// `rows` source rows of `columns` bytes become columns: source column 0 is written to the row at
-// `dst`, column k to the row k pitches above it.
-void TransposeUpwards(const uint8_t* src, int64_t src_pitch, int rows, int columns, uint8_t* dst,
-                      int64_t dst_pitch);
+struct TurnSource {
+  const uint8_t* data;
+  int64_t pitch;  // bytes from one row to the next
+  int rows;
+  int columns;  // samples of a row
+};
+
+// Source rows become columns: source column 0 is written to the row at `dst`, column k to the row
+// k pitches above it.
+void TransposeUpwards(const TurnSource& source, uint8_t* dst, int64_t dst_pitch);
+
+// The same with every second byte of a row, from the first; the bytes behind them are read too.
+void TransposeSecondsUpwards(const TurnSource& source, uint8_t* dst, int64_t dst_pitch);
+
+// The same with pairs of bytes, whose first and second bytes go to planes of their own.
+void TransposePairsUpwards(const TurnSource& source, uint8_t* first, uint8_t* second,
+                           int64_t dst_pitch);
 
 }  // namespace vantro
 
