@@ -2,11 +2,14 @@
 // rounding and the log lines of each entry point.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "image/bilinear_sum_kernels.h"
 #include "image/bilinear_tables.h"
 #include "image/row_spread.h"
+#include "image/strided_copy.h"
 #include "image/try_resize.h"
 #include "support/log.h"
 #include "vantro/image.h"
@@ -36,6 +39,14 @@ bool Drawable(const ChannelSizes& sizes, int step) {
          sizes.dst_width >= 1 && sizes.dst_height >= 1 && step >= 1;
 }
 
+// With equal sizes every position is a sample and has all the weight, for as long as single
+// precision counts the positions.
+bool KeepsSamples(const ChannelSizes& sizes) {
+  constexpr int kExact = 1 << 24;
+  return sizes.src_width == sizes.dst_width && sizes.src_height == sizes.dst_height &&
+         sizes.dst_width <= kExact && sizes.dst_height <= kExact;
+}
+
 struct SumRule {
   decltype(&SumGrouped) sum;
   float bias;
@@ -53,18 +64,6 @@ struct StripWeights {
   alignas(64) float left[kStripColumns];
   alignas(64) float right[kStripColumns];
 };
-
-template <int step>
-void Scatter(const uint8_t* packed, int count, uint8_t* dst) {
-  for (int64_t x = 0; x < count; ++x) dst[x * step] = packed[x];
-}
-
-void ScatterBy(int64_t step, const uint8_t* packed, int count, uint8_t* dst) {
-  // Known steps take one store and no address arithmetic an element.
-  if (step == 2) return Scatter<2>(packed, count, dst);
-  if (step == 4) return Scatter<4>(packed, count, dst);
-  for (int64_t x = 0; x < count; ++x) dst[x * step] = packed[x];
-}
 
 void ResizeStrip(const ChannelSource& source, const BilinearTables& tables, const SumRule& rule,
                  int first, int count, int height, const ChannelTarget& target) {
@@ -87,7 +86,25 @@ void ResizeStrip(const ChannelSource& source, const BilinearTables& tables, cons
       const auto [upper, lower] = spreader.Rows(rows.first[y], rows.second[y]);
       rule.sum(*upper, *lower, weights, row, rule.bias, out);
     }
-    if (target.step != 1) ScatterBy(target.step, packed, count, dst);
+    if (target.step != 1) ScatterStrided(packed, count, target.step, dst);
+  }
+}
+
+void CopySamples(const ChannelSource& source, const ChannelTarget& target, int width, int height) {
+  uint8_t packed[kStripColumns];
+  for (int y = 0; y < height; ++y) {
+    const uint8_t* const src = source.data + y * source.pitch;
+    uint8_t* const dst = target.data + y * target.pitch;
+    if (source.step == 1) {
+      std::memmove(dst, src, static_cast<size_t>(width));
+      continue;
+    }
+    for (int first = 0; first < width;) {
+      const int count = std::min(kStripColumns, width - first);
+      CopyStrided(src + first * source.step, source.step, count, packed);
+      ScatterStrided(packed, count, target.step, dst + first * target.step);
+      first += count;
+    }
   }
 }
 
@@ -103,10 +120,14 @@ bool Resize(const LogSite& site, const unsigned char* src, unsigned char* dst,
     VANTRO_LOGE(site.tag, "%s %d malloc error!", site.label, site.malloc_line);
     return false;
   }
-  tables.Fill(sizes.src_width, sizes.src_height);
   const ChannelSource source =
       MakeChannelSource(src, src_step, int64_t{src_step} * sizes.src_stride, sizes.src_width);
   const ChannelTarget target = {dst, dst_step, int64_t{dst_step} * sizes.dst_width};
+  if (KeepsSamples(sizes)) {
+    CopySamples(source, target, sizes.dst_width, sizes.dst_height);
+    return true;
+  }
+  tables.Fill(sizes.src_width, sizes.src_height);
   for (int first = 0; first < sizes.dst_width;) {
     const int count = std::min(kStripColumns, sizes.dst_width - first);
     ResizeStrip(source, tables, rule, first, count, sizes.dst_height, target);

@@ -158,18 +158,31 @@ const float* resizeFloat_Bilinear(const float* src, float* dst, int srcW, int sr
 const float* resizeFloat_Nearest_2Ch(const float* src, float* dst, int srcW, int srcH, int dstW,
                                      int dstH) {
   if (!vantro::Drawable(src, dst, srcW, srcH, dstW, dstH)) return src;
+  const auto nearest = [](float scale, int i, int size) {
+    return std::min<int64_t>(vantro::Truncate(scale * static_cast<float>(i)), size - 1);
+  };
   const float scale_x = vantro::Ratio(srcW, dstW);
   const float scale_y = vantro::Ratio(srcH, dstH);
+  constexpr int kStrip = 512;
   constexpr size_t kPair = 2 * sizeof(float);
-  for (int y = 0; y < dstH; ++y) {
-    const int64_t row =
-        std::min<int64_t>(vantro::Truncate(scale_y * static_cast<float>(y)), srcH - 1);
-    for (int x = 0; x < dstW; ++x, dst += 2) {
-      const int64_t column =
-          std::min<int64_t>(vantro::Truncate(scale_x * static_cast<float>(x)), srcW - 1);
+  int64_t columns[kStrip];
+  for (int first = 0; first < dstW;) {
+    const int count = std::min(kStrip, dstW - first);
+    for (int x = 0; x < count; ++x) columns[x] = 2 * nearest(scale_x, first + x, srcW);
+    float* out = dst + int64_t{2} * first;
+    int64_t above = -1;
+    for (int y = 0; y < dstH; ++y, out += int64_t{2} * dstW) {
+      const int64_t row = nearest(scale_y, y, srcH);
       // As bytes: the values need not be numbers.
-      std::memcpy(dst, src + (row * srcW + column) * 2, kPair);
+      if (row == above) {
+        std::memcpy(out, out - int64_t{2} * dstW, static_cast<size_t>(count) * kPair);
+      } else {
+        const float* const samples = src + row * 2 * srcW;
+        for (int x = 0; x < count; ++x) std::memcpy(out + 2 * x, samples + columns[x], kPair);
+      }
+      above = row;
     }
+    first += count;
   }
   return src;
 }

@@ -16,7 +16,8 @@ namespace HWY_NAMESPACE {
 namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
-// Pairs that stand side by side are fetched together.
+// Pairs that stand side by side are fetched together. Stores of eight bytes reach the vector loads
+// behind them sooner than smaller ones.
 void SpreadAdjacent(const uint8_t* row, const StripColumns& columns, SpreadRow& out) {
   static_assert(std::endian::native == std::endian::little);
   alignas(64) uint16_t pairs[kStripColumns];
@@ -26,7 +27,6 @@ void SpreadAdjacent(const uint8_t* row, const StripColumns& columns, SpreadRow& 
     return uint64_t{bytes};
   };
   int first = 0;
-  // Stores of eight bytes reach the loads below sooner than stores of two.
   for (; first + 4 <= columns.count; first += 4) {
     const uint64_t four =
         pair(first) | pair(first + 1) << 16 | pair(first + 2) << 32 | pair(first + 3) << 48;
@@ -36,6 +36,32 @@ void SpreadAdjacent(const uint8_t* row, const StripColumns& columns, SpreadRow& 
   for (int x = 0; x < columns.count; ++x) {
     out.left[x] = static_cast<float>(pairs[x] & 0xFF);
     out.right[x] = static_cast<float>(pairs[x] >> 8);
+  }
+}
+
+// The same where every second byte belongs to the channel. Each word starts one byte early, so that
+// it ends with its pair; only in front of the row's first pair there may be nothing to read.
+void SpreadAdjacentSeconds(const uint8_t* row, const StripColumns& columns, SpreadRow& out) {
+  alignas(64) uint32_t words[kStripColumns];
+  const auto word = [&](int x) {
+    const int64_t left = 2 * int64_t{columns.left[x]};
+    uint32_t bytes;
+    if (left == 0) {
+      bytes = static_cast<uint32_t>(row[0]) << 8 | static_cast<uint32_t>(row[2]) << 24;
+    } else {
+      std::memcpy(&bytes, row + left - 1, sizeof(bytes));
+    }
+    return uint64_t{bytes};
+  };
+  int first = 0;
+  for (; first + 2 <= columns.count; first += 2) {
+    const uint64_t two = word(first) | word(first + 1) << 32;
+    std::memcpy(&words[first], &two, sizeof(two));
+  }
+  if (first < columns.count) words[first] = static_cast<uint32_t>(word(first));
+  for (int x = 0; x < columns.count; ++x) {
+    out.left[x] = static_cast<float>(static_cast<int32_t>(words[x] >> 8 & 0xFF));
+    out.right[x] = static_cast<float>(static_cast<int32_t>(words[x] >> 24));
   }
 }
 
@@ -60,8 +86,7 @@ HWY_INLINE void StoreGroup(hn::Vec<DGroup> samples, float* out) {
 void Spread(const uint8_t* row, int64_t step, const StripColumns& columns, const SpreadPlan& plan,
             SpreadRow& out) {
   if (plan.adjacent) {
-    SpreadAdjacent(row, columns, out);
-    return;
+    return step == 1 ? SpreadAdjacent(row, columns, out) : SpreadAdjacentSeconds(row, columns, out);
   }
   int x = 0;
 #if HWY_TARGET != HWY_SCALAR
@@ -121,7 +146,7 @@ void MakePlan(const ChannelSource& source, const StripColumns& columns, SpreadPl
   plan.adjacent = false;
   const int64_t windows = (span + kWindow - 1) / kWindow;
   if (windows > SpreadPlan::kMaxWindows || windows * kWindow > source.row_bytes) {
-    plan.adjacent = source.step == 1 && AreAdjacent(columns);
+    plan.adjacent = source.step <= 2 && AreAdjacent(columns);
     return;
   }
   plan.windows = static_cast<int>(windows);

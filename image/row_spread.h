@@ -38,7 +38,7 @@ struct SpreadPlan {
   static constexpr int kMaxWindows = 4;  // beyond, samples lie too far apart for shuffles to pay
 
   int windows;    // 0: no shuffles
-  bool adjacent;  // without shuffles: every right sample is the byte behind the left one
+  bool adjacent;  // without shuffles, step 1 or 2: every right sample is the next one
   int64_t base[kStripColumns / kGroup];
   // For each group and window the bytes to take for the left samples, then the right ones.
   alignas(16) uint8_t choice[kStripColumns / kGroup][kMaxWindows][kWindow];

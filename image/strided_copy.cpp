@@ -42,6 +42,32 @@ void Copy(const uint8_t* HWY_RESTRICT src, int64_t step, int count, uint8_t* HWY
   for (int64_t i = 0; i < count; ++i) out[i] = src[i * step];
 }
 
+// Each sample is the first byte of a Lane.
+template <typename Lane>
+void ScatterToLanes(const uint8_t* HWY_RESTRICT src, int count, uint8_t* HWY_RESTRICT out) {
+  constexpr int kStep = sizeof(Lane);
+  int i = 0;
+// Elsewhere a masked store of bytes reads and writes all of them.
+#if HWY_TARGET == HWY_AVX3
+  const hn::ScalableTag<Lane> d;
+  const hn::Repartition<uint8_t, decltype(d)> d8;
+  const hn::Rebind<uint8_t, decltype(d)> d_src;
+  const auto first_bytes = hn::MaskFromVec(hn::BitCast(d8, hn::Set(d, 0xFF)));
+  constexpr int kLanes = hn::MaxLanes(d);
+  for (; i + kLanes <= count; i += kLanes) {
+    const auto samples = hn::BitCast(d8, hn::PromoteTo(d, hn::LoadU(d_src, src + i)));
+    hn::BlendedStore(samples, first_bytes, d8, out + i * kStep);
+  }
+#endif
+  for (; i < count; ++i) out[i * kStep] = src[i];
+}
+
+void Scatter(const uint8_t* src, int count, int64_t step, uint8_t* out) {
+  if (step == 2) return ScatterToLanes<uint16_t>(src, count, out);
+  if (step == 4) return ScatterToLanes<uint32_t>(src, count, out);
+  for (int64_t i = 0; i < count; ++i) out[i * step] = src[i];
+}
+
 }  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace vantro
@@ -52,6 +78,7 @@ HWY_AFTER_NAMESPACE();
 namespace vantro {
 namespace {
 VANTRO_KERNEL_TABLE(Copy);
+VANTRO_KERNEL_TABLE(Scatter);
 }  // namespace
 
 void CopyStrided(const uint8_t* src, int64_t step, int count, uint8_t* out) {
@@ -60,6 +87,10 @@ void CopyStrided(const uint8_t* src, int64_t step, int count, uint8_t* out) {
   } else {
     VANTRO_KERNEL(Copy)(src, step, count, out);
   }
+}
+
+void ScatterStrided(const uint8_t* src, int count, int64_t step, uint8_t* out) {
+  VANTRO_KERNEL(Scatter)(src, count, step, out);
 }
 
 }  // namespace vantro

@@ -168,7 +168,7 @@ VANTRO_API void resize(const unsigned char* src, unsigned char* dst, int srcW, i
                        int srcStride, int dstW, int dstH);
 
 // As resize for an NV21 frame, but each of the four weighted terms is truncated by itself. Chroma
-// row and column positions are rounded to single precision. Returns src.
+// row positions are rounded to single precision. Returns src.
 VANTRO_API const unsigned char* resizeNV21(const unsigned char* src, unsigned char* dst, int srcW,
                                            int srcH, int srcStride, int dstW, int dstH);
 

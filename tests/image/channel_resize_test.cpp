@@ -136,6 +136,11 @@ TEST(ChannelResize, EqualsTheFormulaAcrossStripsAndScales) {
   CheckCall({Routine::kChannel, 700, 701, 5, 1025, 7, 2}, random);
   CheckCall({Routine::kToPlane, 700, 703, 5, 1025, 7, 2}, random);
   CheckCall({Routine::kToPlane, 3, 3, 2, 600, 1, 1}, random);
+  CheckCall({Routine::kToPlane, 2000, 2000, 5, 99, 7, 2}, random);
+  for (int step : {1, 2, 3}) {
+    CheckCall({Routine::kChannel, 600, 605, 5, 600, 5, step}, random);
+    CheckCall({Routine::kToPlane, 600, 605, 5, 600, 5, step}, random);
+  }
 }
 
 TEST(ChannelResize, ASumJustBelowAWholeNumberIsCutOnlyByTheTruncatingRoutine) {
