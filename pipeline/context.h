@@ -72,8 +72,8 @@ struct VantroContext {
   // The two mask buffers trade places from frame to frame; these keep the names straight.
   uint8_t* allocated_as_mask;
   uint8_t* allocated_as_last_mask;
-  // Bytes that the previous frame's record described: the most that rendering its buffer with the
-  // geometry of the next record may touch.
+  // Bytes that the previous frame's record described, or the copy of a first frame has: the most
+  // that rendering that buffer with the geometry of the next record may touch.
   int64_t last_frame_bytes;
 };
 

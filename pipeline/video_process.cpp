@@ -58,9 +58,10 @@ void CollectSegmentation(VantroContext& cxt) {
   timer.Line("CLEAN");
 }
 
-// Bytes of the first frame to copy in and out: never more than its record describes.
-size_t FirstFrameCopyBytes(const VantroContext& cxt, int64_t frame_bytes) {
-  return static_cast<size_t>(std::min<int64_t>(cxt.firstFramesize, frame_bytes));
+// Bytes of the first frame to copy: never more than its record describes, and none that the copy
+// has no room for (of an unknown format it has the size of an older one).
+int64_t FirstFrameCopyBytes(const VantroContext& cxt, const Vantro_t& frame) {
+  return std::min<int64_t>(cxt.firstFramesize, FrameBytes(frame));
 }
 
 // Copies the first frame of a sequence: its caller may reuse the buffer before it is rendered.
@@ -92,14 +93,14 @@ bool KeepFirstFrame(VantroContext& cxt, const Vantro_t& frame) {
             "cxt_ptr->firstFramesize is %d\n",
             static_cast<void*>(cxt.firstFrameIdxTempYuv), static_cast<void*>(frame.yuv),
             cxt.firstFramesize);
-  const size_t bytes = FirstFrameCopyBytes(cxt, FrameBytes(frame));
+  const auto bytes = static_cast<size_t>(FirstFrameCopyBytes(cxt, frame));
   memcpy_s(cxt.firstFrameIdxTempYuv, bytes, frame.yuv, bytes);
   return true;
 }
 
 // Hands the rendered first frame to the caller, whose buffer the previous record described.
 void DeliverFirstFrame(VantroContext& cxt, uint8_t* last_yuv) {
-  const size_t bytes = FirstFrameCopyBytes(cxt, cxt.last_frame_bytes);
+  const auto bytes = static_cast<size_t>(cxt.last_frame_bytes);
   memcpy_s(last_yuv, bytes, cxt.firstFrameIdxTempYuv, bytes);
   MemPool* pool = cxt.algoInterface->pool;
   pool->free(std::exchange(cxt.firstFrameIdxTempYuv, nullptr), "firstFrameIdxTempYuv", 0);
@@ -287,10 +288,11 @@ int32_t Vantro_Process(void* handle, Vantro_t* caller, VantroResult* result) {
             cxt.Seg_OUTPUT_W, cxt.Seg_OUTPUT_H);
   if (cxt.frameIdx == 1) {
     ShowFirstFrame(cxt, kc_para);
-  } else {
-    if (result != nullptr) *result = {-1, -1, -1};
-    RenderPreviousFrame(cxt, *caller, kc_para, engine_box, process_timer);
+    cxt.last_frame_bytes = FirstFrameCopyBytes(cxt, *caller);
+    return VANTRO_OK;
   }
+  if (result != nullptr) *result = {-1, -1, -1};
+  RenderPreviousFrame(cxt, *caller, kc_para, engine_box, process_timer);
   cxt.last_frame_bytes = FrameBytes(*caller);
   return VANTRO_OK;
 }

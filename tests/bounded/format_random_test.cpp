@@ -120,14 +120,10 @@ constexpr int kRounds = 4000;
 
 template <typename T>
 void CompareIntegers(Random& random, const char* size) {
-  struct {
-    const char* flags;
-    char letter;
-  } const kinds[] = {{"-+ 0", 'd'}, {"-+ 0", 'i'}, {"-0", 'u'},
-                     {"-#0", 'o'},  {"-#0", 'x'},  {"-#0", 'X'}};
-  for (const auto& kind : kinds) {
+  for (const char letter : {'d', 'i', 'u', 'o', 'x', 'X'}) {
+    const char* flags = letter == 'd' || letter == 'i' ? "-+ 0" : letter == 'u' ? "-0" : "-#0";
     for (int round = 0; round < kRounds / 8; ++round) {
-      const Piece piece = MakePiece(random, kind.flags, true, size, kind.letter);
+      const Piece piece = MakePiece(random, flags, true, size, letter);
       const uint64_t bits = random.Chance(8) ? 0 : random.Bits();
       ASSERT_NO_FATAL_FAILURE(
           Compare(random, piece, static_cast<T>(random.Chance(2) ? bits : ~bits)));
@@ -137,13 +133,9 @@ void CompareIntegers(Random& random, const char* size) {
 
 TEST(BoundedFormatRandom, Integers) {
   Random random(1);
-  CompareIntegers<int>(random, "");
-  CompareIntegers<int>(random, "h");
-  CompareIntegers<int>(random, "hh");
+  for (const char* size : {"", "h", "hh"}) CompareIntegers<int>(random, size);
+  for (const char* size : {"ll", "L", "q"}) CompareIntegers<long long>(random, size);
   CompareIntegers<long>(random, "l");
-  CompareIntegers<long long>(random, "ll");
-  CompareIntegers<long long>(random, "L");
-  CompareIntegers<long long>(random, "q");
   CompareIntegers<intmax_t>(random, "j");
   CompareIntegers<size_t>(random, "z");
   CompareIntegers<ptrdiff_t>(random, "t");

@@ -27,69 +27,36 @@ std::string Format(const char* format, Args... args) {
 
 constexpr char kRefused[] = "<refused>";
 
-TEST(BoundedFormat, Integers) {
-  EXPECT_EQ(Format("%d %i %u", -5, INT_MIN, UINT_MAX), "-5 -2147483648 4294967295");
-  EXPECT_EQ(Format("%+d|% d|%+ d|%+d|% d", 7, 7, 7, -7, -7), "+7| 7|+7|-7|-7");
-  EXPECT_EQ(Format("%+u|% x|%+o", 7u, 7u, 7u), "7|7|7");
-  EXPECT_EQ(Format("%5d|%-5d|%05d|%-05d|%+05d", 42, 42, 42, 42, 42),
-            "   42|42   |00042|42   |+0042");
-  EXPECT_EQ(Format("%.4d|%6.4d|%06.4d|%-6.4d|%06.d", -42, -42, -42, -42, 7),
-            "-0042| -0042| -0042|-0042 |     7");
-  EXPECT_EQ(Format("[%.0d][%.d][%4.0u][%+.0d][%.0x]", 0, 0, 0u, 0, 0u), "[][][    ][+][]");
-  EXPECT_EQ(Format("%o|%#o|%#o|%#.0o|%#.4o|%#05o", 8u, 8u, 0u, 0u, 8u, 8u),
-            "10|010|0|0|0010|00010");
-  EXPECT_EQ(
-      Format("%x|%X|%#x|%#X|%#x|%#08x|%#.4x|%#8.4x", 255u, 255u, 255u, 255u, 0u, 255u, 255u, 255u),
-      "ff|FF|0xff|0XFF|0|0x0000ff|0x00ff|  0x00ff");
-  EXPECT_EQ(Format("%hhd %hhu %hd %hu", 300, 511, 70000, 70000), "44 255 4464 4464");
-  EXPECT_EQ(Format("%hhx %hd", 0xFFFFFFFFu, 0x8000), "ff -32768");
-  EXPECT_EQ(Format("%ld %lu %lld %llx", LONG_MIN, ULONG_MAX, LLONG_MAX, ~0ull),
-            "-9223372036854775808 18446744073709551615 9223372036854775807 ffffffffffffffff");
-  EXPECT_EQ(Format("%Ld %qd %jd %zu %td", -1ll, -2ll, intmax_t{-3}, SIZE_MAX, ptrdiff_t{-5}),
-            "-1 -2 -3 18446744073709551615 -5");
-  EXPECT_EQ(Format("%lo", ~0ul), "1777777777777777777777");
+// What the random comparison with snprintf (format_random_test.cpp) leaves out: where the C library
+// has other answers or none.
+TEST(BoundedFormat, SizesAndLettersOfItsOwn) {
   const int64_t wide = int64_t{7} << 40;
   EXPECT_EQ(Format("%I64d %I32d %I32u %Id", wide, -7, UINT_MAX, wide),
             "7696581394432 -7 4294967295 7696581394432");
   EXPECT_EQ(Format("%Nd %Zd %lNd %NlZld", 1, 2, 3l, 4ll), "1 2 3 4");
-}
-
-TEST(BoundedFormat, Pointers) {
+  EXPECT_EQ(Format("%+u|% x|%+o", 7u, 7u, 7u), "7|7|7");
   const auto pointer = [](uintptr_t value) { return reinterpret_cast<void*>(value); };
-  EXPECT_EQ(Format("%p", pointer(0xABCDEF0123456789)), "0xabcdef0123456789");
   EXPECT_EQ(
       Format("%p|%6p|%-6p|%06p|%.4p", nullptr, pointer(10), pointer(10), pointer(10), pointer(10)),
       "0x0|   0xa|0xa   |0x000a|0x000a");
   EXPECT_EQ(Format("%hp %.0p", pointer(0x12345678), nullptr), "0x12345678 0x0");
+  EXPECT_EQ(Format("%lf %hf %zf %qg", 1.25, 1.25, 1.25, 2.5L), "1.250000 1.250000 1.250000 2.5");
 }
 
 TEST(BoundedFormat, StringsAndCharacters) {
   const char* none = nullptr;
   EXPECT_EQ(Format("%s|%.3s|%9s|%-9s|%.0s|%.99s", none, none, none, none, none, none),
             "(null)|(nu|   (null)|(null)   ||(null)");
-  EXPECT_EQ(Format("%s|%5s|%-5s|%.2s|%5.1s|%05s", "abc", "abc", "abc", "abc", "abc", "abc"),
-            "abc|  abc|abc  |ab|    a|  abc");
-  EXPECT_EQ(Format("%c%3c%-3c|%03c", 'x', 'y', 'z', 'w'), "x  yz  |  w");
-  EXPECT_EQ(Format("%hs%hc%hS%hC%zs", "a", 'b', "c", 'd', "e"), "abcde");
-  EXPECT_EQ(Format("%%|%s%%", "50"), "%|50%");
+  EXPECT_EQ(Format("%05s|%03c|%hs%hc%hS%hC%zs", "abc", 'w', "a", 'b', "c", 'd', "e"),
+            "  abc|  w|abcde");
   EXPECT_EQ(Format("\xC3\xA9\x01\x7F %d \xFF", 1), "\xC3\xA9\x01\x7F 1 \xFF");
   char text[8];
   EXPECT_EQ(sprintf_s(text, sizeof(text), "%c%c%c", 'a', 0, 'b'), 3);
   EXPECT_EQ(std::string(text, 4), std::string("a\0b\0", 4));
-
   // Nothing behind a precision is read.
   GuardedBuffer guarded(4);
   std::memcpy(guarded.data(), "wxyz", 4);
   EXPECT_EQ(Format("%.4s|%.*s", guarded.data(), 2, guarded.data()), "wxyz|wx");
-}
-
-TEST(BoundedFormat, WidthAndPrecisionFromTheArguments) {
-  EXPECT_EQ(Format("%*d|%*d|%-*d|%0*d", 4, 7, -4, 7, 4, 7, 4, 7), "   7|7   |7   |0007");
-  EXPECT_EQ(Format("%.*d|%.*d|%.*s|%.*s", 3, 7, -3, 7, 1, "abc", -1, "abc"), "007|7|a|abc");
-  EXPECT_EQ(Format("%*.*d|%0*.*d", 5, 3, 7, 5, -1, 7), "  007|00007");
-  EXPECT_EQ(Format("%*d", INT_MIN, 7), kRefused);
-  EXPECT_EQ(Format("%*f", INT_MIN, 7.0), kRefused);
-  EXPECT_EQ(Format("%.*d", INT_MIN, 7), "7");
 }
 
 TEST(BoundedFormat, TheTableDecidesOnOddOrders) {
@@ -131,25 +98,12 @@ TEST(BoundedFormat, RangesOfWidthAndPrecision) {
   EXPECT_EQ(Format("%.214748370s", "short"), kRefused);
   EXPECT_EQ(Format("%.0214748369s", "short"), "short");
   EXPECT_EQ(Format("%.99999999999999999999s", "short"), kRefused);
+  EXPECT_EQ(Format("%*d", INT_MIN, 7), kRefused);
+  EXPECT_EQ(Format("%*f", INT_MIN, 7.0), kRefused);
+  EXPECT_EQ(Format("%.*d", INT_MIN, 7), "7");
   EXPECT_EQ(Format("%*d", INT_MAX, 1), kRefused);
   EXPECT_EQ(Format("%.*d", INT_MAX, -1), kRefused);
   EXPECT_EQ(Format("%*.*d", INT_MAX, INT_MAX, 1), kRefused);
-}
-
-TEST(BoundedFormat, Floats) {
-  EXPECT_EQ(Format("%f %.2f %.0f %#.0f %e %G", 1.5, 2.345, 2.5, 2.5, 12345.678, 1e-10),
-            "1.500000 2.35 2 2. 1.234568e+04 1E-10");
-  EXPECT_EQ(Format("%g %.0g %.3g %#g", 0.0001, 1234.0, 1234.0, 1.0),
-            "0.0001 1e+03 1.23e+03 1.00000");
-  EXPECT_EQ(Format("%9.2f|%-9.2f|%09.2f|%+.1f|% .1f", 1.5, 1.5, -1.5, 1.5, 1.5),
-            "     1.50|1.50     |-00001.50|+1.5| 1.5");
-  EXPECT_EQ(Format("%Lf %qg %Le", 1.25L, 2.5L, 1e4000L), "1.250000 2.5 1.000000e+4000");
-  EXPECT_EQ(Format("%lf %hf %zf", 1.25, 1.25, 1.25), "1.250000 1.250000 1.250000");
-  EXPECT_EQ(Format("%f %F %5.1e|%-5g|%05f", INFINITY, -INFINITY, NAN, -INFINITY, INFINITY),
-            "inf -INF   nan|-inf |  inf");
-  EXPECT_EQ(Format("%*.*f|%-*.*f|%.*f", 7, 1, 2.25, 7, 1, 2.25, -1, 2.25),
-            "    2.2|2.2    |2.250000");
-  EXPECT_EQ(Format("%-+ #012.4Lf|", 1.5L), "+1.5000     |");
 }
 
 TEST(BoundedFormat, FloatsOfAnyLength) {
@@ -164,12 +118,6 @@ TEST(BoundedFormat, FloatsOfAnyLength) {
       ASSERT_EQ(sprintf_s(text, static_cast<size_t>(length), "%.*f", precision, value), -1);
     }
   }
-  static char expected[6000];
-  static char text[6000];
-  const int length = std::snprintf(expected, sizeof(expected), "%.3Lf", -1e4932L);
-  ASSERT_EQ(sprintf_s(text, sizeof(text), "%.3Lf", -1e4932L), length);
-  ASSERT_STREQ(text, expected);
-
   constexpr int kLargest = INT_MAX - 349;
   constexpr int kLargestLong = INT_MAX - 4972;
   EXPECT_EQ(Format("%.*g|%.*f", kLargest, 0.1, kLargest, INFINITY),

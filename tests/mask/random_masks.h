@@ -1,11 +1,11 @@
-// Masks with regions of many shapes and sizes.
+// Masks with regions of many shapes and sizes, and a labeller for them.
 #ifndef VANTRO_TESTS_MASK_RANDOM_MASKS_H_
 #define VANTRO_TESTS_MASK_RANDOM_MASKS_H_
 
 #include <algorithm>
-#include <vector>
 
 #include "tests/image/image_buffers.h"
+#include "vantro/mask.h"
 
 namespace vantro::test {
 
@@ -31,33 +31,15 @@ inline Bytes RandomMask(Random& random, int width, int height, int values) {
   return mask;
 }
 
-// The number of each pixel's region, found by flooding from each pixel not yet reached.
-inline std::vector<int> FloodRegions(const Bytes& mask, int width, int height, int* regions) {
-  std::vector<int> region(mask.size(), -1);
-  *regions = 0;
-  std::vector<int> open;
-  for (int seed = 0; seed < width * height; ++seed) {
-    if (region[static_cast<size_t>(seed)] >= 0) continue;
-    open = {seed};
-    region[static_cast<size_t>(seed)] = *regions;
-    while (!open.empty()) {
-      const int at = open.back();
-      open.pop_back();
-      const auto visit = [&](int next) {
-        const auto i = static_cast<size_t>(next);
-        if (region[i] >= 0 || mask[i] != mask[static_cast<size_t>(at)]) return;
-        region[i] = *regions;
-        open.push_back(next);
-      };
-      if (at % width > 0) visit(at - 1);
-      if (at % width < width - 1) visit(at + 1);
-      if (at >= width) visit(at - width);
-      if (at + width < width * height) visit(at + width);
-    }
-    ++*regions;
-  }
-  return region;
-}
+// A labeller that owns its table.
+class Labeller : public ConnectedComponentsLabeling {
+ public:
+  explicit Labeller(int entries)
+      : ConnectedComponentsLabeling{new LabelEntry[static_cast<size_t>(entries)](), 0, entries} {}
+  ~Labeller() { delete[] table; }
+  Labeller(const Labeller&) = delete;
+  Labeller& operator=(const Labeller&) = delete;
+};
 
 }  // namespace vantro::test
 

@@ -1,4 +1,4 @@
-// Both region filters against regions found by flooding, and their failures.
+// Both region filters, their steps and their failures.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,10 +9,8 @@
 #include "tests/mask/random_masks.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/simd_levels.h"
 #include "tests/support/tracking_pool.h"
 #include "vantro/algo_context.h"
-#include "vantro/mask.h"
 #include "vantro/tracked_alloc.h"
 
 namespace vantro::test {
@@ -22,49 +20,52 @@ using ::testing::ElementsAre;
 
 const LogLine kNoMemory{6, "QZA_MVANTRO", "result is malloc failed\n"};
 
-template <typename Number>
-std::string Text(const char* before, Number number) {
-  return (testing::Message() << before << number).GetString();
-}
-
 struct Context {
   TrackingPool pool;
   AlgoCxt algo{};
   Context() { algo.pool = pool.get(); }
 };
 
-// Keeps the regions for which keep(region) holds.
-template <typename Keep>
-Bytes Filtered(const Bytes& mask, const std::vector<int>& regions, Keep keep) {
-  Bytes out = mask;
-  for (size_t i = 0; i < mask.size(); ++i) {
-    if (!keep(static_cast<size_t>(regions[i]))) out[i] = 0;
+// A random mask and its regions.
+struct Regions {
+  int width;
+  int height;
+  Bytes mask;
+  std::vector<int> numbers;
+  int count;
+
+  explicit Regions(Random& random)
+      : width(random.Int(1, 90)),
+        height(random.Int(1, 60)),
+        mask(RandomMask(random, width, height, 3)),
+        numbers(mask.size()),
+        count(Labeller(128).connected(mask.data(), numbers.data(), width, height)) {}
+
+  // The mask with the regions alone for which keep(region) holds.
+  template <typename Keep>
+  Bytes Filtered(Keep keep) const {
+    Bytes out = mask;
+    for (size_t i = 0; i < mask.size(); ++i) {
+      if (!keep(static_cast<size_t>(numbers[i]))) out[i] = 0;
+    }
+    return out;
   }
-  return out;
-}
+};
 
 TEST(RegionFilter, ClearsRegionsBelowThePercentage) {
-  AtEverySimdLevel([] {
-    Random random(11);
-    Context context;
-    for (int i = 0; i < 150; ++i) {
-      const int width = random.Int(1, 90);
-      const int height = random.Int(1, 60);
-      const int percent = random.Int(0, 3) == 0 ? random.Int(-10, 120) : random.Int(0, 8);
-      const Bytes mask = RandomMask(random, width, height, 3);
-      int count = 0;
-      const std::vector<int> regions = FloodRegions(mask, width, height, &count);
-      std::vector<int> area(static_cast<size_t>(count));
-      for (const int region : regions) ++area[static_cast<size_t>(region)];
-      const int threshold = width * height * percent / 100;
-
-      Guarded<uint8_t> filtered(mask);
-      ASSERT_EQ(connectionFilter(&context.algo, filtered.get(), width, height, percent), 0);
-      ASSERT_TRUE(SamePlanes(
-          filtered.values(),
-          Filtered(mask, regions, [&](size_t r) { return area[r] >= threshold; }), width));
-    }
-  });
+  Random random(11);
+  Context context;
+  for (int i = 0; i < 150; ++i) {
+    const Regions regions(random);
+    const int percent = random.Int(0, 3) == 0 ? random.Int(-10, 120) : random.Int(0, 8);
+    std::vector<int> area(static_cast<size_t>(regions.count));
+    for (const int region : regions.numbers) ++area[static_cast<size_t>(region)];
+    const int threshold = regions.width * regions.height * percent / 100;
+    Bytes mask = regions.mask;
+    ASSERT_EQ(connectionFilter(&context.algo, mask.data(), regions.width, regions.height, percent),
+              0);
+    ASSERT_EQ(mask, regions.Filtered([&](size_t r) { return area[r] >= threshold; }));
+  }
 }
 
 TEST(RegionFilter, KeepsARegionOfExactlyTheThreshold) {
@@ -128,36 +129,31 @@ class GuidedRegionFilter : public testing::Test {
     fmalloc = pool_.get()->alloc;
     ffree = pool_.get()->free;
   }
-  ~GuidedRegionFilter() override {
-    fmalloc = nullptr;
-    ffree = nullptr;
-  }
+  ~GuidedRegionFilter() override { fmalloc = nullptr, ffree = nullptr; }
   TrackingPool pool_;
 };
 
 TEST_F(GuidedRegionFilter, KeepsRegionsThatTouchTheGuide) {
   Random random(13);
   for (int i = 0; i < 100; ++i) {
-    const int width = random.Int(1, 60);
-    const int height = random.Int(1, 40);
-    const Bytes mask = RandomMask(random, width, height, 3);
+    const Regions regions(random);
+    Bytes mask = regions.mask;
     Bytes guide(mask.size());
     for (uint8_t& byte : guide) byte = random.Int(0, 50) == 0 ? random.Byte() : 0;
-    int count = 0;
-    const std::vector<int> regions = FloodRegions(mask, width, height, &count);
-    std::vector<int> touched(static_cast<size_t>(count));
-    for (size_t p = 0; p < mask.size(); ++p) touched[static_cast<size_t>(regions[p])] |= guide[p];
-
+    std::vector<int> touched(static_cast<size_t>(regions.count));
+    for (size_t p = 0; p < mask.size(); ++p) {
+      touched[static_cast<size_t>(regions.numbers[p])] |= guide[p];
+    }
     LogCapture log;
-    Bytes filtered = mask;
-    ASSERT_EQ(connectionFilterGuide(nullptr, filtered.data(), guide.data(), width, height), 0);
-    ASSERT_TRUE(SamePlanes(
-        filtered, Filtered(mask, regions, [&](size_t r) { return touched[r] != 0; }), width));
+    ASSERT_EQ(
+        connectionFilterGuide(nullptr, mask.data(), guide.data(), regions.width, regions.height),
+        0);
+    ASSERT_EQ(mask, regions.Filtered([&](size_t r) { return touched[r] != 0; }));
     ASSERT_THAT(log.timing_labels(), ElementsAre("connNum_", "JudgeArea_", "getMaskbyBase_"));
-    ASSERT_THAT(log.lines(),
-                ElementsAre(LogLine{
-                    4, "VANTRO", Text("[vantro]connectionFilterGuide connected_field=", count)}));
-    ASSERT_THAT(pool_.events, ElementsAre(Text("+Vantro:", 4 * mask.size()), "-Vantro"));
+    const std::string line =
+        "[vantro]connectionFilterGuide connected_field=" + std::to_string(regions.count);
+    ASSERT_THAT(log.lines(), ElementsAre(LogLine{4, "VANTRO", line}));
+    ASSERT_THAT(pool_.events, ElementsAre("+Vantro:" + std::to_string(4 * mask.size()), "-Vantro"));
     pool_.events.clear();
   }
 }

@@ -112,12 +112,6 @@ TEST_F(Photo, FailedSegmentationLeavesThePicture) {
     EXPECT_EQ(std::memcmp(before.data(), bytes.data(), before.size()), 0);
   }
   EXPECT_TRUE(log_.contains("LINK_SegPlimra_Process is error!\n"));
-  // A frame record of the video family is refused.
-  record.last_yuv = bytes.data();
-  EXPECT_EQ(VantroPhoto_Process(handle_, &record, nullptr), -2001);
-  record.last_yuv = nullptr;
-  EXPECT_EQ(VantroPhoto_Process(nullptr, &record, nullptr), -2001);
-  EXPECT_EQ(VantroPhoto_Process(handle_, nullptr, nullptr), -2001);
 }
 
 TEST_F(Photo, LogsEveryStepWithTheSwitchOn) {

@@ -19,6 +19,7 @@ namespace vantro::test {
 namespace {
 
 constexpr char kTag[] = "QZA_MVANTRO";
+constexpr uint32_t kUnset = 0;  // no CPU set
 
 // CPUs of the calling thread as a mask of the first 32.
 uint32_t OwnCpus() {
@@ -68,7 +69,6 @@ bool MayTakeNice(int value) {
 }
 
 struct Record {
-  const char* what;
   const MThreadAttr* attributes;
   int32_t flag;  // of threads 0 to 3 and 8
   uint32_t mask;
@@ -77,92 +77,93 @@ struct Record {
   const char* name;  // null: the caller's
 };
 
-TEST(ThreadPlacement, ThreadsAreMadeAsTheAttributesSay) {
-  static constexpr MThreadAttr kFlag2 = {2, 0, "VANTRO"};
-  static constexpr MThreadAttr kFlag1 = {1, 1, nullptr};
-  static constexpr MThreadAttr kBadFlag = {3, -5, "fifteen letters"};
-  constexpr uint32_t kAny = 0xFFFFFFFF;
-  static constexpr Record kRecords[] = {
-      {"default", nullptr, 0, 0xFF, 0xF0, 0, "Nuvex_Algo"},
-      {"video", &kFlag2, 2, 0x0F, 0xF0, 0, "VANTRO"},
-      {"big cores", &kFlag1, 1, 0xF0, 0x0F, -20, nullptr},
-      {"no such set", &kBadFlag, 3, kAny, 0xF0, -20, "fifteen letters"}};
-  constexpr int32_t kCount = 9;
-  for (const Record& record : kRecords) {
-    SCOPED_TRACE(record.what);
-    std::vector<Self> selves(kCount);
-    std::vector<LogLine> lines;
-    int32_t made = -77;
-    MThreadPool* pool = nullptr;
-    Self caller;
-    bool caller_refused = false;
-    uint32_t start_cpus = 0;
-    // In a thread of its own: the flag 1 pins the thread that creates the pool.
+class ThreadPlacement : public testing::TestWithParam<Record> {
+ protected:
+  static constexpr int32_t kCount = 9;
+
+  // Makes the pool on a thread of its own, as the flag 1 pins the thread that creates it, and has
+  // every thread look at itself.
+  void MakePool() {
     std::thread([&] {
-      const bool pins_caller = record.flag == 1;
-      caller_refused = pins_caller && AskFor(0xF0).refused;
+      const bool refused = GetParam().flag == 1 && AskFor(0xF0).refused;
+      if (refused) Expect("Fail to Set CPU Affinity for Main Thead!");
       const LogCapture log;
-      pool = MThread_Create(kCount, record.attributes, &made);
-      ASSERT_NE(pool, nullptr);
+      pool_ = MThread_Create(kCount, GetParam().attributes, &made_);
+      ASSERT_NE(pool_, nullptr);
       MThread_Finish(
-          pool, 0, kCount,
-          [](void* argument, int32_t index) -> int32_t {
-            (*static_cast<std::vector<Self>*>(argument))[static_cast<size_t>(index)].Look();
+          pool_, 0, kCount,
+          [](void* selves, int32_t index) -> int32_t {
+            static_cast<Self*>(selves)[index].Look();
             return 0;
           },
-          &selves);
-      caller.Look();
-      start_cpus = caller.cpus;  // a thread inherits these
-      lines = log.lines();
+          selves_);
+      caller_.Look();
+      lines_ = log.lines();
     }).join();
-    ASSERT_NE(pool, nullptr);
-    EXPECT_EQ(made, kCount);
-    EXPECT_EQ(pool->thread_num, kCount);
-
-    size_t complaints = 0;
-    const auto expect_line = [&](const std::string& text) {
-      EXPECT_THAT(lines, testing::Contains(LogLine{6, kTag, text}));
-      ++complaints;
-    };
-    if (caller_refused) expect_line("Fail to Set CPU Affinity for Main Thead!");
-    for (int32_t i = 0; i < kCount; ++i) {
-      SCOPED_TRACE(i);
-      const bool second_half = i >= 4 && i <= 7;
-      const MThreadUnit& unit = pool->threads[i];
-      EXPECT_EQ(unit.thread_index, i);
-      EXPECT_EQ(unit.bind_core_flag, second_half ? (record.flag == 1 ? 2 : 1) : record.flag);
-      EXPECT_EQ(unit.priority, record.nice);
-      const uint32_t mask = second_half ? record.mask_4_to_7 : record.mask;
-      const Self& self = selves[static_cast<size_t>(i)];
-      const Pinned pinned = mask == kAny ? Pinned{start_cpus, false} : AskFor(mask);
-      EXPECT_EQ(self.cpus, pinned.refused ? start_cpus : pinned.cpus);
-      if (pinned.refused) {
-        expect_line("Fail to Set CPU Affinity for Thead " + std::to_string(i) + "!\n");
-      }
-      if (MayTakeNice(record.nice)) {
-        EXPECT_EQ(self.nice, record.nice);
-      } else {
-        expect_line("Set Priority for Thread " + std::to_string(i) + " failed, priority " +
-                    std::to_string(record.nice) + "!\n");
-      }
-      EXPECT_EQ(self.name, record.name != nullptr ? record.name : caller.name);
-    }
-    char created[80];
-    std::snprintf(created, sizeof(created), "9 / 9 threads Created for %p.",
-                  static_cast<void*>(pool));
-    EXPECT_THAT(lines, testing::Contains(LogLine{3, kTag, created}));
-    EXPECT_EQ(lines.size(), complaints + 1);
-
-    char destroyed[80];
-    std::snprintf(destroyed, sizeof(destroyed), "9 threads Destroyed for %p.",
-                  static_cast<void*>(pool));
-    const LogCapture log;
-    MThread_Destroy(pool);
-    EXPECT_THAT(log.lines(), testing::ElementsAre(LogLine{3, kTag, destroyed}));
   }
+  void Expect(const std::string& text) { expected_.push_back({6, kTag, text}); }
+
+  MThreadPool* pool_ = nullptr;
+  int32_t made_ = -77;
+  Self selves_[kCount];
+  Self caller_;
+  std::vector<LogLine> lines_;
+  std::vector<LogLine> expected_;
+};
+
+TEST_P(ThreadPlacement, ThreadsAreMadeAsTheAttributesSay) {
+  MakePool();
+  ASSERT_NE(pool_, nullptr);
+  EXPECT_EQ(made_, kCount);
+  EXPECT_EQ(pool_->thread_num, kCount);
+  const Record& record = GetParam();
+  const bool nice_allowed = MayTakeNice(record.nice);
+  for (int32_t i = 0; i < kCount; ++i) {
+    SCOPED_TRACE(i);
+    const bool second_half = i >= 4 && i <= 7;
+    const MThreadUnit& unit = pool_->threads[i];
+    EXPECT_EQ(unit.thread_index, i);
+    EXPECT_EQ(unit.bind_core_flag, second_half ? (record.flag == 1 ? 2 : 1) : record.flag);
+    EXPECT_EQ(unit.priority, record.nice);
+    const uint32_t mask = second_half ? record.mask_4_to_7 : record.mask;
+    const Pinned pinned = mask == kUnset ? Pinned{0, true} : AskFor(mask);
+    EXPECT_EQ(selves_[i].cpus, pinned.refused ? caller_.cpus : pinned.cpus);
+    const std::string number = std::to_string(i);
+    if (pinned.refused && mask != kUnset) {
+      Expect("Fail to Set CPU Affinity for Thead " + number + "!\n");
+    }
+    if (nice_allowed) {
+      EXPECT_EQ(selves_[i].nice, record.nice);
+    } else {
+      Expect("Set Priority for Thread " + number + " failed, priority " +
+             std::to_string(record.nice) + "!\n");
+    }
+    EXPECT_EQ(selves_[i].name, record.name != nullptr ? record.name : caller_.name);
+  }
+  const auto line = [&](const char* format) {
+    char text[80];
+    std::snprintf(text, sizeof(text), format, static_cast<void*>(pool_));
+    return LogLine{3, kTag, text};
+  };
+  expected_.push_back(line("9 / 9 threads Created for %p."));
+  EXPECT_THAT(lines_, testing::UnorderedElementsAreArray(expected_));
+  const LogLine destroyed = line("9 threads Destroyed for %p.");
+  const LogCapture log;
+  MThread_Destroy(pool_);
+  EXPECT_THAT(log.lines(), testing::ElementsAre(destroyed));
 }
 
-TEST(ThreadPlacement, RefusesCountsBelowOne) {
+constexpr MThreadAttr kFlag2 = {2, 0, "VANTRO"};
+constexpr MThreadAttr kFlag1 = {1, 1, nullptr};
+constexpr MThreadAttr kBadFlag = {3, -5, "fifteen letters"};
+INSTANTIATE_TEST_SUITE_P(Attributes, ThreadPlacement,
+                         testing::Values(Record{nullptr, 0, 0xFF, 0xF0, 0, "Nuvex_Algo"},
+                                         Record{&kFlag2, 2, 0x0F, 0xF0, 0, "VANTRO"},
+                                         Record{&kFlag1, 1, 0xF0, 0x0F, -20, nullptr},
+                                         Record{&kBadFlag, 3, kUnset, 0xF0, -20,
+                                                "fifteen letters"}));
+
+TEST(ThreadCreation, RefusesCountsBelowOne) {
   for (const int32_t count : {0, -1, INT32_MIN}) {
     const LogCapture log;
     int32_t made = -77;
@@ -173,7 +174,7 @@ TEST(ThreadPlacement, RefusesCountsBelowOne) {
   }
 }
 
-TEST(ThreadPlacement, BindsAndNamesTheCallerOrAThread) {
+TEST(ThreadCreation, BindsAndNamesTheCallerOrAThread) {
   struct Case {
     int32_t (*bind)(int32_t);
     int32_t flag;
