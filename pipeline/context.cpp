@@ -14,6 +14,12 @@
 namespace vantro {
 
 const HandleFamily kVideoFamily = {
+    .init_name = "Vantro_Init",
+    .deinit_name = "Vantro_Deinit",
+    .call_level = ANDROID_LOG_INFO,
+    .call_tag = kTagVideo,
+    .no_pool_tag = kTagPlain,
+    .not_open = "cxt_ptr is null,Vantro_Deinit is failed\n",
     .progress_level = ANDROID_LOG_DEBUG,
     .progress_tag = kTagVideo,
     .printlog_property = "vendor.qzVantro.printlog",
@@ -26,6 +32,12 @@ const HandleFamily kVideoFamily = {
 };
 
 const HandleFamily kPhotoFamily = {
+    .init_name = "VantroPhoto_Init",
+    .deinit_name = "VantroPhoto_Deinit",
+    .call_level = ANDROID_LOG_ERROR,
+    .call_tag = kTagPhoto,
+    .no_pool_tag = kTagVideo,
+    .not_open = "cxt_ptr is null,VantroPhoto_Deinit is falied\n",
     .progress_level = ANDROID_LOG_ERROR,
     .progress_tag = kTagPhoto,
     .printlog_property = "vendor.qzVantroPhoto.printlog",
@@ -64,6 +76,10 @@ void CloseLibrary(VantroContext& cxt) {
   if (cxt.dl_handle != nullptr) dlclose(std::exchange(cxt.dl_handle, nullptr));
 }
 
+void LogCall(const HandleFamily& family, const char* name) {
+  __android_log_print(family.call_level, family.call_tag, "%s VERSION_is %s ", name, kVersion);
+}
+
 void FreeContext(VantroContext* cxt) {
   // A stale handle is refused as long as the heap keeps the block as it is. The compiler would drop
   // a plain store before the block goes.
@@ -72,6 +88,29 @@ void FreeContext(VantroContext* cxt) {
 }
 
 }  // namespace
+
+int32_t CheckInit(const HandleFamily& family, void** handle_kc, const char* xml_name,
+                  const MemPool* pool) {
+  LogCall(family, family.init_name);
+  if (handle_kc != nullptr) *handle_kc = nullptr;
+  if (handle_kc == nullptr || xml_name == nullptr) {
+    VANTRO_LOGE(family.call_tag, "%s input error!, xml_name(%p), handle_kc(%p)", family.init_name,
+                static_cast<const void*>(xml_name), static_cast<void*>(handle_kc));
+    return VANTRO_ERR_FAILED;
+  }
+  if (pool == nullptr || pool->alloc == nullptr || pool->free == nullptr) {
+    VANTRO_LOGE(family.no_pool_tag, "[vantro] Vantro_Init mempool err!");
+    return VANTRO_ERR_INPUT;
+  }
+  return VANTRO_OK;
+}
+
+VantroContext* HandleToClose(const HandleFamily& family, void** handle) {
+  LogCall(family, family.deinit_name);
+  VantroContext* cxt = handle == nullptr ? nullptr : OpenHandle(*handle, family);
+  if (cxt == nullptr) VANTRO_LOGE(kTagVideo, "%s", family.not_open);
+  return cxt;
+}
 
 VantroContext* OpenContext(const HandleFamily& family, MemPool* pool, int32_t* result) {
   auto* cxt = static_cast<VantroContext*>(std::malloc(sizeof(VantroContext)));

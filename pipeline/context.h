@@ -25,6 +25,12 @@ inline constexpr int32_t kMaskBoxMode = 2;
 
 // What the two families of handles do differently while opening and closing.
 struct HandleFamily {
+  const char* init_name;
+  const char* deinit_name;
+  int call_level;            // of the line that names a call and the version
+  const char* call_tag;      // likewise, and of refused arguments
+  const char* no_pool_tag;   // of a refused pool
+  const char* not_open;      // line of a handle that cannot be closed
   int progress_level;        // of the lines that the log switch enables
   const char* progress_tag;  // likewise
   const char* printlog_property;
@@ -76,6 +82,14 @@ struct VantroContext {
   // that rendering that buffer with the geometry of the next record may touch.
   int64_t last_frame_bytes;
 };
+
+// Logs the call of Init, writes null into the caller's handle and checks the arguments. Returns the
+// result code of a refusal, with its line written, or 0.
+int32_t CheckInit(const HandleFamily& family, void** handle_kc, const char* xml_name,
+                  const MemPool* pool);
+
+// Logs the call of Deinit. Returns the open handle, or null with a line written.
+VantroContext* HandleToClose(const HandleFamily& family, void** handle);
 
 // Opens the part that both families share: context, switches, crop boxes. On failure writes the
 // line, leaves nothing allocated and returns the result code in `result`.

@@ -78,19 +78,8 @@ void RenderWithoutSubject(VantroContext& cxt, const Vantro_t& kc_para, int flag)
 }  // namespace
 
 int32_t VantroPhoto_Init(void** handle_kc, const char* xml_name, MemPool* pool) {
-  VANTRO_LOGE(kTagPhoto, "%s VERSION_is %s ", "VantroPhoto_Init", kVersion);
-  if (handle_kc != nullptr) *handle_kc = nullptr;
-  if (handle_kc == nullptr || xml_name == nullptr) {
-    VANTRO_LOGE(kTagPhoto, "%s input error!, xml_name(%p), handle_kc(%p)", "VantroPhoto_Init",
-                static_cast<const void*>(xml_name), static_cast<void*>(handle_kc));
-    return VANTRO_ERR_FAILED;
-  }
-  if (pool == nullptr || pool->alloc == nullptr || pool->free == nullptr) {
-    VANTRO_LOGE(kTagVideo, "[vantro] Vantro_Init mempool err!");
-    return VANTRO_ERR_INPUT;
-  }
-
-  int32_t result = VANTRO_OK;
+  int32_t result = CheckInit(kPhotoFamily, handle_kc, xml_name, pool);
+  if (result != VANTRO_OK) return result;
   VantroContext* cxt = OpenContext(kPhotoFamily, pool, &result);
   if (cxt == nullptr) return result;
   if (cxt->printlog != 0) {
@@ -157,12 +146,8 @@ int32_t VantroPhoto_Process(void* handle, Vantro_t* caller, VantroResult* result
 }
 
 int32_t VantroPhoto_Deinit(void** handle) {
-  VANTRO_LOGE(kTagPhoto, "%s VERSION_is %s ", "VantroPhoto_Deinit", kVersion);
-  VantroContext* cxt = handle == nullptr ? nullptr : OpenHandle(*handle, kPhotoFamily);
-  if (cxt == nullptr) {
-    VANTRO_LOGE(kTagVideo, "cxt_ptr is null,%s is falied\n", "VantroPhoto_Deinit");
-    return VANTRO_OK;
-  }
+  VantroContext* cxt = HandleToClose(kPhotoFamily, handle);
+  if (cxt == nullptr) return VANTRO_OK;
   DestroyEngine(*cxt, "VantroPHOTO_Deinit_end_", cxt->printlog != 0);
   if (cxt->printlog != 0) VANTRO_LOGI(kTagPlain, "[vantro] Vantro_Deinit");
   CloseAlgorithm(*cxt);

@@ -47,19 +47,8 @@ bool OpenVideo(VantroContext& cxt, MemPool* pool) {
 }  // namespace
 
 int32_t Vantro_Init(void** handle_kc, const char* xml_name, MemPool* pool) {
-  VANTRO_LOGI(kTagVideo, "%s VERSION_is %s ", "Vantro_Init", kVersion);
-  if (handle_kc != nullptr) *handle_kc = nullptr;
-  if (handle_kc == nullptr || xml_name == nullptr) {
-    VANTRO_LOGE(kTagVideo, "%s input error!, xml_name(%p), handle_kc(%p)", "Vantro_Init",
-                static_cast<const void*>(xml_name), static_cast<void*>(handle_kc));
-    return VANTRO_ERR_FAILED;
-  }
-  if (pool == nullptr || pool->alloc == nullptr || pool->free == nullptr) {
-    VANTRO_LOGE(kTagPlain, "[vantro] Vantro_Init mempool err!");
-    return VANTRO_ERR_INPUT;
-  }
-
-  int32_t result = VANTRO_OK;
+  int32_t result = CheckInit(kVideoFamily, handle_kc, xml_name, pool);
+  if (result != VANTRO_OK) return result;
   VantroContext* cxt = OpenContext(kVideoFamily, pool, &result);
   if (cxt == nullptr) return result;
 
@@ -86,12 +75,8 @@ int32_t Vantro_Init(void** handle_kc, const char* xml_name, MemPool* pool) {
 }
 
 int32_t Vantro_Deinit(void** handle) {
-  VANTRO_LOGI(kTagVideo, "%s VERSION_is %s ", "Vantro_Deinit", kVersion);
-  VantroContext* cxt = handle == nullptr ? nullptr : OpenHandle(*handle, kVideoFamily);
-  if (cxt == nullptr) {
-    VANTRO_LOGE(kTagVideo, "cxt_ptr is null,%s is failed\n", "Vantro_Deinit");
-    return VANTRO_OK;
-  }
+  VantroContext* cxt = HandleToClose(kVideoFamily, handle);
+  if (cxt == nullptr) return VANTRO_OK;
   MThread_Clean(cxt->th_pool, 0);
   DestroyEngine(*cxt, "Vantro_Deinit_end_", cxt->printlog != 0);
   if (cxt->printlog != 0) VANTRO_LOGI(kTagVideo, "[vantro] Vantro_Deinit");

@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <clocale>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
 #include <string>
 
 #include "tests/support/guarded_buffer.h"
@@ -57,6 +59,39 @@ TEST(BoundedFormat, StringsAndCharacters) {
   GuardedBuffer guarded(4);
   std::memcpy(guarded.data(), "wxyz", 4);
   EXPECT_EQ(Format("%.4s|%.*s", guarded.data(), 2, guarded.data()), "wxyz|wx");
+}
+
+// Wide text is converted by the current locale; the random comparison covers widths and precisions.
+class BoundedFormatWide : public testing::Test {
+ protected:
+  ~BoundedFormatWide() override { std::setlocale(LC_ALL, "C"); }
+};
+
+TEST_F(BoundedFormatWide, LettersAndSizesThatMeanWide) {
+  EXPECT_EQ(Format("%ls%S%ws%lls", L"a", L"b", L"c", L"d"), "abcd");
+  EXPECT_EQ(Format("%lc%C%wc", wint_t{'x'}, wint_t{'y'}, wint_t{'z'}), "xyz");
+  const wchar_t* none = nullptr;
+  EXPECT_EQ(Format("%ls|%.3S|%8ws|", none, none, none), "(null)|(nu|  (null)|");
+  char text[5] = "....";
+  EXPECT_EQ(sprintf_s(text, sizeof(text), "%lc", wint_t{0}), 1);
+}
+
+TEST_F(BoundedFormatWide, WhatTheLocaleCannotWriteIsAFailure) {
+  constexpr wint_t kEuro = 0x20AC;  // three bytes in UTF-8
+  EXPECT_EQ(Format("%lc", kEuro), kRefused);
+  EXPECT_EQ(Format("ab%ls", L"x\u20ac"), kRefused);
+  EXPECT_EQ(Format("%.1ls", L"x\u20ac"), "x");  // never reached
+  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  EXPECT_EQ(Format("%lc", wint_t{0xD800}), kRefused);
+  EXPECT_EQ(Format("%C", WEOF), kRefused);
+  char text[5] = "....";
+  EXPECT_EQ(sprintf_s(text, 4, "%lc", kEuro), 3);
+  EXPECT_EQ(sprintf_s(text, 3, "%lc", kEuro), -1);
+  EXPECT_STREQ(text, "");
+  // No character is read once the precision is used up.
+  GuardedBuffer guarded(2 * sizeof(wchar_t));
+  std::memcpy(guarded.data(), L"\u20ac\u00e9", guarded.size());  // 3 + 2 bytes
+  EXPECT_EQ(Format("%.5ls", guarded.data()), "\u20ac\u00e9");
 }
 
 TEST(BoundedFormat, TheTableDecidesOnOddOrders) {

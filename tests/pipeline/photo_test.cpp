@@ -120,23 +120,6 @@ TEST_F(Photo, LogsEveryStepWithTheSwitchOn) {
   log_.clear();
   Open();
   const std::string photo = "QZA_VANTRO_PHOTO";
-  std::vector<LogLine> lines = log_.lines();
-  EXPECT_THAT(
-      lines,
-      ElementsAre(
-          LogLine{6, photo, "VantroPhoto_Init VERSION_is 20190301 "},
-          LogLine{3, "QZA_MVANTRO",
-                  "--- DEBUG ---get vendor.qzVantroPhoto.printlog debug flag mask 1"},
-          LogLine{3, "QZA_MVANTRO",
-                  "--- DEBUG ---get vendor.qzVantroPhoto.isDumpImg debug flag mask 0"},
-          LogLine{6, photo, "[vantro] Vantro_Init version=201809060"},
-          LogLine{6, photo, "Vantro_Init load  fail!"},
-          LogLine{6, photo, "dlopen libPlimra.so is begin\n"},
-          LogLine{6, photo, "dlopen libPlimra.so success\n"},
-          LogLine{6, photo, "dlsym  libPlimra.so success\n"},
-          LogLine{6, photo, "_LINK_SegPlimra_Creat success  Seg_OUTPUT_W=64, Seg_OUTPUT_H=48\n"},
-          LogLine{6, photo, "init success\n"}));
-
   GuardedBuffer bytes(64 * 64 * 3 / 2);
   Vantro_t record = Picture(bytes, 1, 64, 64);
   log_.clear();
@@ -145,18 +128,10 @@ TEST_F(Photo, LogsEveryStepWithTheSwitchOn) {
       log_.timing_labels(),
       ElementsAre("Photo_Seg_process", "Photo_GetROI", "connectionFilter_", "up_scale_context_1",
                   "Grayeffect_Alpha_YUV_", "VantroObject_", "FLAG_23_TIME", "Photo_process"));
-  lines = log_.lines();
-  EXPECT_THAT(lines, Contains(LogLine{6, photo,
-                                      "crop_left is [16],crop_top is [16],crop_bottom is [47],"
-                                      "crop_right is [47]\n"}));
-  EXPECT_THAT(lines, Contains(LogLine{6, photo, "maskw is [64],maskh is [48]\n"}));
-  log_.clear();
-  VantroPhoto_Deinit(&handle_);
-  EXPECT_THAT(log_.lines(),
-              ElementsAre(LogLine{6, photo, "VantroPhoto_Deinit VERSION_is 20190301 "},
-                          LogLine{4, "VANTRO", "[vantro] Vantro_Deinit"},
-                          LogLine{6, photo, "vantro_photo_dinit _success!\n"}));
-  Open();
+  const LogLine sizes{6, photo, "maskw is [64],maskh is [48]\n"};
+  const LogLine box{6, photo,
+                    "crop_left is [16],crop_top is [16],crop_bottom is [47],crop_right is [47]\n"};
+  EXPECT_THAT(log_.lines(), testing::AllOf(Contains(sizes), Contains(box)));
 }
 
 }  // namespace
