@@ -23,7 +23,7 @@ struct Plane {
       : width(columns), height(rows), stride(columns + random.Int(0, 3)) {
     // Extremes show overflows, small values rounding.
     const int kind = random.Int(0, 2);
-    bytes = random.Noise(Area(stride, rows));
+    bytes = random.Noise(Area(stride, rows + 1));  // a row behind the plane, to stay
     for (uint8_t& sample : bytes) {
       if (kind == 1) sample = static_cast<uint8_t>(255 * (sample % 2));
       if (kind == 2) sample %= 3;
