@@ -100,7 +100,9 @@ const std::vector<Operation> kMaskOperations = {
      [](Case& c) {
        const Image image = Draw(c);
        uint8_t* mask = c.Mask(image.width, image.height);
-       c.Result(ComputeMaskArea(mask, image.width, image.height, c.Int(1, 4000), c.Int(1, 3000)));
+       const int frame_width = c.Int(1, 4000);  // drawn in an order that no compiler chooses
+       const int frame_height = c.Int(1, 3000);
+       c.Result(ComputeMaskArea(mask, image.width, image.height, frame_width, frame_height));
      }},
 };
 
