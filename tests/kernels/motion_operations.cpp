@@ -117,10 +117,12 @@ const std::vector<Operation> kMotionOperations = {
        ME_Handler* handle = nullptr;
        c.Result(opticalFlow_Init(&handle, c.Int(0, 2), 0.5f, width, height));
        if (handle == nullptr) return;
-       c.Result(build_OF_Pyramid(handle, first, 7, 1.5f));
-       c.Result(doOpticalFlow(handle, second));
+       const int built = build_OF_Pyramid(handle, first, 7, 1.5f);
+       c.Result(built);
+       const int done = built == 0 ? doOpticalFlow(handle, second) : -1;
+       c.Result(done);
        uint8_t* field = c.Out(int64_t{8} * width * height);
-       for (int64_t i = 0; i < int64_t{width} * height; ++i) {
+       for (int64_t i = 0; done == 0 && i < int64_t{width} * height; ++i) {
          std::memcpy(field + 8 * i, handle->flow_x + i, sizeof(float));
          std::memcpy(field + 8 * i + 4, handle->flow_y + i, sizeof(float));
        }
