@@ -4,7 +4,6 @@
 #include <sys/types.h>
 
 #include <cstddef>
-#include <cstdlib>
 #include <limits>
 
 #include "support/log.h"
@@ -18,20 +17,6 @@ constexpr int kHighestLevel = 4;
 constexpr int kSmallestLevelSide = 32;
 
 constexpr char kBufferName[] = "allocOF_Buffer";
-
-#ifdef __GLIBC__
-// A handle lives for one frame and takes about 1.2 MB. glibc hands the idle end of its heap back to
-// the system when it passes twice the size of the largest mapped block that was ever released (400
-// KB here), and the next frame would take it again page by page, which costs more time than the
-// flow. Releasing one block of this size once, when the library is loaded, raises that limit to 2
-// MB, as any program does that releases a picture.
-constexpr size_t kRaisesTrimLimit = 1 << 20;
-[[maybe_unused]] const bool trim_limit_raised = [] {
-  void* volatile block = std::malloc(kRaisesTrimLimit);
-  std::free(block);
-  return true;
-}();
-#endif
 
 // The highest level, at most `levels`, whose image is large enough.
 int HighestLevel(int levels, float pyr_scale, int width, int height) {

@@ -28,7 +28,12 @@ std::vector<uint8_t> Scene(int width, int height, double shift) {
   return image;
 }
 
+// A camera program has released pictures before; since then glibc's heap keeps the megabyte that a
+// comparison takes and returns. In a process that never did, every page of it is new to each call.
+void ReleasePicture() { benchmark::DoNotOptimize(std::vector<uint8_t>(1920 * 1080 * 3 / 2)); }
+
 void BM_CompareOpticalFlow(benchmark::State& state) {
+  ReleasePicture();
   std::vector<uint8_t> first = Scene(100, 100, 0.0);
   std::vector<uint8_t> second = Scene(100, 100, 1.5);
   for (auto _ : state) {
