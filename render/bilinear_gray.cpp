@@ -1,82 +1,72 @@
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
-#include <utility>
+#include <span>
 
 #include "render/bilinear_kernels.h"
-#include "render/sample_position.h"
+#include "render/row_plan.h"
 #include "render/upscale_rows.h"
 #include "vantro/render.h"
 
 namespace {
 
-using vantro::kBilinearColumns;
+using vantro::kHeldRows;
+using vantro::kStripColumns;
+using vantro::PlannedRow;
+using vantro::RowPlan;
 using vantro::SampledRow;
+using vantro::SamplePair;
 
-// Two neighbouring samples of an axis, clamped to it, and the weight of the second.
-struct SamplePair {
-  int64_t first;
-  int64_t second;
-  float second_weight;
-};
-
-SamplePair PairAt(int64_t i, float ratio, int32_t size) {
-  const float position = vantro::SourcePosition(i, ratio);
-  const float base = std::floor(position);
-  const int64_t last = int64_t{size} - 1;
-  const auto index = static_cast<int64_t>(base);
-  return {std::clamp<int64_t>(index, 0, last), std::clamp<int64_t>(index + 1, 0, last),
-          position - base};
-}
-
-// Up to kBilinearColumns destination columns and the source rows sampled at them last.
+// Some columns of the destination, with the source rows that were sampled at them.
 class ColumnStrip {
  public:
   ColumnStrip(const uint8_t* src, int64_t stride, int32_t src_width, float ratio, int64_t begin,
               int64_t end)
-      : src_(src), stride_(stride), count_(static_cast<size_t>(end - begin)) {
+      : src_(src), stride_(stride), begin_(begin), count_(static_cast<size_t>(end - begin)) {
     for (size_t c = 0; c < count_; ++c) {
-      const SamplePair pair = PairAt(begin + static_cast<int64_t>(c), ratio, src_width);
-      left_[c] = pair.first;
-      right_[c] = pair.second;
-      right_weight_[c] = pair.second_weight;
+      const SamplePair pair = vantro::PairAt(begin + static_cast<int64_t>(c), ratio, src_width);
+      left_.column[c] = pair.first;
+      right_.column[c] = pair.second;
+      right_weight_.at(c) = pair.second_weight;
     }
+    left_.Prepare(count_, src_width);
+    right_.Prepare(count_, src_width);
+    std::fill_n(held_row_, kHeldRows, -1);
   }
 
-  void WriteRow(uint8_t* dst, const SamplePair& rows) {
-    // The lower row of one destination row is mostly the upper row of a later one.
-    if (upper_row_ != rows.first && lower_row_ == rows.first) SwapRows();
-    if (upper_row_ != rows.first) Sample(rows.first, upper_, &upper_row_);
-    if (lower_row_ != rows.second) Sample(rows.second, lower_, &lower_row_);
-    vantro::BlendSampledRows(dst, count_, *upper_, *lower_, rows.second_weight, right_weight_);
+  // Writes a group of rows of a plan to `dst`, the destination.
+  void WriteRows(uint8_t* dst, int64_t stride, std::span<const PlannedRow> rows) {
+    constexpr size_t kTogether = 64;
+    vantro::BlendedRow blended[kTogether];
+    for (size_t i = 0; i < rows.size(); i += kTogether) {
+      const size_t count = std::min(rows.size() - i, kTogether);
+      for (size_t r = 0; r < count; ++r) {
+        const PlannedRow& row = rows[i + r];
+        blended[r] = {dst + row.row * stride + begin_, Sampled(row.sources.first, row.held_first),
+                      Sampled(row.sources.second, row.held_second)};
+      }
+      vantro::BlendRows(blended, count, rows[i].sources.second_weight, right_weight_, count_);
+    }
   }
 
  private:
-  void SwapRows() {
-    std::swap(upper_, lower_);
-    std::swap(upper_row_, lower_row_);
-  }
-
-  void Sample(int64_t row, SampledRow* out, int64_t* out_row) {
-    const uint8_t* samples = src_ + row * stride_;
-    for (size_t c = 0; c < count_; ++c) {
-      out->left[c] = samples[left_[c]];
-      out->right[c] = samples[right_[c]];
+  const SampledRow* Sampled(int32_t row, uint8_t place) {
+    SampledRow& sampled = held_[place];
+    if (held_row_[place] != row) {
+      vantro::SampleRow(src_ + row * stride_, left_, right_, &sampled);
+      held_row_[place] = row;
     }
-    *out_row = row;
+    return &sampled;
   }
 
   const uint8_t* src_;
   int64_t stride_;
+  int64_t begin_;
   size_t count_;
-  int64_t left_[kBilinearColumns];
-  int64_t right_[kBilinearColumns];
-  float right_weight_[kBilinearColumns];
-  SampledRow rows_[2];
-  SampledRow* upper_ = &rows_[0];
-  SampledRow* lower_ = &rows_[1];
-  int64_t upper_row_ = -1;
-  int64_t lower_row_ = -1;
+  vantro::SampleColumns left_;
+  vantro::SampleColumns right_;
+  vantro::ColumnValues right_weight_{};
+  SampledRow held_[kHeldRows];
+  int32_t held_row_[kHeldRows];
 };
 
 // True when both sizes grow exactly `factor` times, 2 or 4. All weights are then eighths or
@@ -110,11 +100,13 @@ void bilinearGrayU8BorderLines(unsigned char* dst, const unsigned char* src, int
   }
   const float ratio_x = vantro::SizeRatio(srcWidth, dstWidth);
   const float ratio_y = vantro::SizeRatio(srcHeight, dstHeight);
-  for (int64_t x = 0; x < dstWidth && begin < end; x += kBilinearColumns) {
-    const int64_t x_end = std::min<int64_t>(x + int64_t{kBilinearColumns}, dstWidth);
-    ColumnStrip strip(src, srcStride, srcWidth, ratio_x, x, x_end);
-    for (int64_t row = begin; row < end; ++row) {
-      strip.WriteRow(dst + row * dstStride + x, PairAt(row, ratio_y, srcHeight));
+  for (int64_t row = begin; row < end; row += int64_t{RowPlan::kRows}) {
+    const RowPlan plan(row, end, ratio_y, srcHeight);
+    for (int64_t x = 0; x < dstWidth; x += int64_t{kStripColumns}) {
+      const int64_t x_end = std::min<int64_t>(x + int64_t{kStripColumns}, dstWidth);
+      ColumnStrip strip(src, srcStride, srcWidth, ratio_x, x, x_end);
+      plan.ForEachGroup(
+          [&](std::span<const PlannedRow> rows) { strip.WriteRows(dst, dstStride, rows); });
     }
   }
 }

@@ -56,10 +56,10 @@ testing::AssertionResult Holds(const Plane& after, const Plane& before, const Fo
          << " (" << before.width << "x" << before.height << ")";
 }
 
-Plane SmallOrWide(Random& random) {
+Plane SmallOrWide(Random& random, int highest = 9) {
   // Some are wider than the strips that rows are treated in.
   const int widest[] = {40, 40, 280, random.Int(0, 9) == 0 ? 2100 : 70};
-  return Plane(random, random.Int(1, widest[random.Int(0, 3)]), random.Int(1, 9));
+  return Plane(random, random.Int(1, widest[random.Int(0, 3)]), random.Int(1, highest));
 }
 
 float Position(int i, int src, int dst) {
@@ -169,11 +169,13 @@ TEST(Upscale, BilinearAndDoublingWriteTheirRows) {
   AtEverySimdLevel([] {
     Random random(21);
     for (int i = 0; i < 300; ++i) {
-      Plane src = SmallOrWide(random);
-      // The exact factors 2 and 4 have filters of their own.
-      const int factor = 2 * random.Int(0, 2);
-      const int width = factor != 0 ? factor * src.width : random.Int(1, 600);
-      const int height = factor != 0 ? factor * src.height : random.Int(1, 30);
+      Plane src = SmallOrWide(random, 30);
+      // The exact factors 2 and 4 have filters of their own; other sizes are whole multiples, or
+      // higher than the rows that are planned at a time.
+      const int factor = random.Int(0, 5);
+      const int highest = random.Int(0, 39) == 0 ? 1400 : 60;
+      const int width = factor > 1 ? factor * src.width : random.Int(1, 600);
+      const int height = factor > 1 ? factor * src.height : random.Int(1, highest);
       const int begin = random.Int(-1, height);
       const int end = random.Int(0, height + 1);
       const auto formula = [&](int r, int c) {

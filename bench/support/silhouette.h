@@ -1,6 +1,6 @@
 // A 0/1 mask of a person: head, shoulders and body, with a few stray islands.
-#ifndef VANTRO_BENCH_RENDER_SILHOUETTE_H_
-#define VANTRO_BENCH_RENDER_SILHOUETTE_H_
+#ifndef VANTRO_BENCH_SUPPORT_SILHOUETTE_H_
+#define VANTRO_BENCH_SUPPORT_SILHOUETTE_H_
 
 #include <cmath>
 #include <cstdint>
@@ -33,4 +33,4 @@ inline std::vector<uint8_t> Silhouette(int width, int height) {
 
 }  // namespace vantro::bench
 
-#endif  // VANTRO_BENCH_RENDER_SILHOUETTE_H_
+#endif  // VANTRO_BENCH_SUPPORT_SILHOUETTE_H_
