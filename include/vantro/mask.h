@@ -59,12 +59,11 @@ class ConnectedComponentsLabeling {
 
 // Clears every region of the mask that is smaller than `percent` per cent of it (threshold
 // width * height * percent / 100, truncated). Regions of 0 are measured too and stay what they are,
-// so holes are not filled. Takes a label image of 4 * width * height bytes from the pool of `cxt`
+// so holes are not filled. Takes a block of 4 * width * height bytes from the pool of `cxt`
 // (an AlgoCxt) under the name "result" for the length of the call.
 //
 // Returns 0; -2006 for a width or height below 1; -2007 for a null context or mask; 2000 (positive)
-// when the pool has no block; -2005 when no region could be labelled. The mask is unchanged unless
-// 0 is returned.
+// when the pool has no block. The mask is unchanged unless 0 is returned.
 VANTRO_API int connectionFilter(void* cxt, unsigned char* mask, int width, int height, int percent);
 
 // Clears every region of the mask that holds no pixel with a nonzero `guide` byte. The guide has
