@@ -10,6 +10,15 @@
 
 namespace vantro::app {
 
+const CLI::Validator& NotEmpty() {
+  static const CLI::Validator check(
+      [](const std::string& name) {
+        return name.empty() ? std::string("the name is empty; give that of a file") : std::string();
+      },
+      "");
+  return check;
+}
+
 void AddFormatOption(CLI::App& command, FrameFormat& format) {
   command
       .add_option_function<std::string>(

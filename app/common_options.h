@@ -9,6 +9,9 @@
 
 namespace vantro::app {
 
+// Refuses an empty file name.
+const CLI::Validator& NotEmpty();
+
 // --format; `format` must outlive the parsing.
 void AddFormatOption(CLI::App& command, FrameFormat& format);
 // --engine

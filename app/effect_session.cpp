@@ -25,7 +25,7 @@ EffectSession::EffectSession(const FrameShape& shape, const std::optional<Rect_t
   opening_ = &rings_;
   const int32_t code = Vantro_Init(&handle_, "built-in", &pool_);
   opening_ = nullptr;
-  if (code != VANTRO_OK) throw LibraryError("the effect cannot start", code);
+  if (code != VANTRO_OK) throw CannotStart(code);
 }
 
 void* EffectSession::Allocate(uint32_t size, const char* name, int32_t) {

@@ -16,6 +16,12 @@ namespace {
 std::atomic<bool> show_lines{false};
 std::mutex detail_mutex;  // codecs log from threads of their own
 std::string last_detail;
+std::string last_demuxer_error;
+
+bool IsDemuxer(const AVClass* origin, void* source) {
+  return origin != nullptr && origin->get_category != nullptr &&
+         origin->get_category(source) == AV_CLASS_CATEGORY_DEMUXER;
+}
 
 void TakeLine(void* source, int level, const char* format, va_list args) {
   if (level > AV_LOG_WARNING) return;
@@ -30,6 +36,7 @@ void TakeLine(void* source, int level, const char* format, va_list args) {
   if (level <= AV_LOG_ERROR) {
     const std::lock_guard lock(detail_mutex);
     last_detail = text;
+    if (IsDemuxer(origin, source)) last_demuxer_error = text;
   }
 }
 
@@ -62,9 +69,48 @@ BytesPtr NewBytes(size_t size) {
   return bytes;
 }
 
+Scan ScanOf(const AVFrame& frame, const AVStream& stream) {
+#ifdef AV_FRAME_FLAG_INTERLACED
+  const bool interlaced = (frame.flags & AV_FRAME_FLAG_INTERLACED) != 0;
+  const bool top_first = (frame.flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
+#else
+  const bool interlaced = frame.interlaced_frame != 0;
+  const bool top_first = frame.top_field_first != 0;
+#endif
+  if (interlaced) return top_first ? Scan::kTopFieldFirst : Scan::kBottomFieldFirst;
+  switch (stream.codecpar->field_order) {
+    case AV_FIELD_TT:
+    case AV_FIELD_BT:
+      return Scan::kTopFieldFirst;
+    case AV_FIELD_BB:
+    case AV_FIELD_TB:
+      return Scan::kBottomFieldFirst;
+    default:
+      return Scan::kProgressive;
+  }
+}
+
+void SetScan(Scan scan, AVFrame& frame) {
+  const bool interlaced = scan != Scan::kProgressive;
+  const bool top_first = scan == Scan::kTopFieldFirst;
+#ifdef AV_FRAME_FLAG_INTERLACED
+  frame.flags &= ~(AV_FRAME_FLAG_INTERLACED | AV_FRAME_FLAG_TOP_FIELD_FIRST);
+  if (interlaced) frame.flags |= AV_FRAME_FLAG_INTERLACED;
+  if (top_first) frame.flags |= AV_FRAME_FLAG_TOP_FIELD_FIRST;
+#else
+  frame.interlaced_frame = interlaced ? 1 : 0;
+  frame.top_field_first = top_first ? 1 : 0;
+#endif
+}
+
 void RouteFFmpegLog(bool verbose) {
   show_lines = verbose;
   av_log_set_callback(&TakeLine);
+}
+
+std::string TakeDemuxerError() {
+  const std::lock_guard lock(detail_mutex);
+  return std::exchange(last_demuxer_error, {});
 }
 
 std::string FFmpegErrorText(int code) {

@@ -44,11 +44,21 @@ BytesPtr NewBytes(size_t size);  // zeroed, aligned for vector code
 // Keeps the last error that FFmpeg's libraries log, and shows their lines only when `verbose`.
 void RouteFFmpegLog(bool verbose);
 
+// The last error that the reading of a container logged since the previous call; empty for none.
+std::string TakeDemuxerError();
+
 // What an FFmpeg result code means, with the last logged detail since the previous call.
 std::string FFmpegErrorText(int code);
 
 // Throws RunError "<what>: <error text>" for a negative code; returns the code otherwise.
 int CheckFFmpeg(int code, const std::string& what);
+
+// How the rows of a frame were taken: all at once, or first every other one and then the rest.
+enum class Scan { kProgressive, kTopFieldFirst, kBottomFieldFirst };
+
+// That of a frame of the stream; what the frame leaves open, its stream tells.
+Scan ScanOf(const AVFrame& frame, const AVStream& stream);
+void SetScan(Scan scan, AVFrame& frame);
 
 // Display time of a frame in its stream's time base, 0 when unknown.
 inline int64_t FrameDuration(const AVFrame& frame) {

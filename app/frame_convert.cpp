@@ -52,8 +52,6 @@ std::string SizeText(int width, int height) {
   return std::to_string(width) + "x" + std::to_string(height);
 }
 
-constexpr int Even(int size) { return size & ~1; }
-
 }  // namespace
 
 ColourInfo ColourInfo::Of(const AVFrame& frame) {
@@ -92,7 +90,32 @@ ScalerPtr Scaler::NewScaler(const Task& task, const ColourInfo& colour) {
 
 void Scaler::Scale(const Picture& from, uint8_t* const* to, const int* to_linesize, int to_width,
                    int to_height, AVPixelFormat to_pixels, const ColourInfo& colour) {
-  const Task task{from.width, from.height, from.pixels, to_width, to_height, to_pixels};
+  if (!interlaced_ || from.height % 4 != 0 || to_height % 4 != 0) {
+    ScaleWhole(from, to, to_linesize,
+               {from.width, from.height, from.pixels, to_width, to_height, to_pixels}, colour);
+    return;
+  }
+  for (const int field : {0, 1}) {
+    const uint8_t* from_field[4] = {};
+    int from_pitch[4] = {};
+    uint8_t* to_field[4] = {};
+    int to_pitch[4] = {};
+    for (int plane = 0; plane < 4; ++plane) {
+      // A palette stands where a second plane would, and has no pitch.
+      from_pitch[plane] = 2 * from.linesize[plane];
+      to_pitch[plane] = 2 * to_linesize[plane];
+      if (from.data[plane] != nullptr)
+        from_field[plane] = from.data[plane] + field * from.linesize[plane];
+      if (to[plane] != nullptr) to_field[plane] = to[plane] + field * to_linesize[plane];
+    }
+    ScaleWhole(
+        {from_field, from_pitch, from.width, from.height / 2, from.pixels}, to_field, to_pitch,
+        {from.width, from.height / 2, from.pixels, to_width, to_height / 2, to_pixels}, colour);
+  }
+}
+
+void Scaler::ScaleWhole(const Picture& from, uint8_t* const* to, const int* to_linesize,
+                        const Task& task, const ColourInfo& colour) {
   if (scaler_ == nullptr || task != task_) {
     scaler_ = NewScaler(task, colour);
     task_ = task;
@@ -103,25 +126,25 @@ void Scaler::Scale(const Picture& from, uint8_t* const* to, const int* to_linesi
 }
 
 FrameConverter::FrameConverter(const FrameFormat& format, const AVFrame& first,
-                               const Orientation& orientation, NoteSink note)
+                               const Orientation& orientation, Scan scan, NoteSink note)
     : orientation_(orientation),
+      scan_(first.height < 4 ? Scan::kProgressive : scan),
       note_(std::move(note)),
       colour_(ColourInfo::Of(first)),
       source_width_(first.width),
-      source_height_(first.height) {
-  const int width = Even(first.width);
-  const int height = Even(first.height);
-  if (width < 2 || height < 2) {
-    throw RunError("the video is " + SizeText(first.width, first.height) +
-                   "; a frame must have at least 2x2 pixels");
-  }
+      source_height_(first.height),
+      used_width_(first.width & ~1),
+      used_height_(first.height & (scan_ == Scan::kProgressive ? ~1 : ~3)) {
+  const int width = used_width_;
+  const int height = used_height_;
   if (width != first.width || height != first.height) {
-    note_("odd frame size " + SizeText(first.width, first.height) + " cropped to " +
+    note_("frame size " + SizeText(first.width, first.height) + " cropped to " +
           SizeText(width, height));
   }
   shape_.format = format;
   shape_.width = orientation.swap_axes ? height : width;
   shape_.height = orientation.swap_axes ? width : height;
+  scaler_.set_interlaced(scan_ != Scan::kProgressive);
   // Rows that start at a multiple of a vector's size convert faster.
   shape_.stride = FFALIGN(shape_.width, 64);
   if (!orientation.upright()) {
@@ -138,9 +161,9 @@ void FrameConverter::Convert(const AVFrame& frame, uint8_t* picture) {
           "; such frames are scaled to the first one's size");
   }
   // An odd column or row is left out; a frame of another size is scaled as a whole.
-  const Scaler::Picture source{
-      frame.data, frame.linesize, same_size ? Even(frame.width) : frame.width,
-      same_size ? Even(frame.height) : frame.height, static_cast<AVPixelFormat>(frame.format)};
+  const Scaler::Picture source{frame.data, frame.linesize, same_size ? used_width_ : frame.width,
+                               same_size ? used_height_ : frame.height,
+                               static_cast<AVPixelFormat>(frame.format)};
   FramePlanes planes(shape_, picture);
   if (orientation_.upright()) {
     scaler_.Scale(source, planes.data, planes.linesize, shape_.width, shape_.height,

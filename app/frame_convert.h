@@ -26,6 +26,10 @@ struct ColourInfo {
 // description is that of the first call.
 class Scaler {
  public:
+  // The two fields of an interlaced picture are converted apart: they show different moments, so
+  // chroma must not be interpolated between them.
+  void set_interlaced(bool interlaced) { interlaced_ = interlaced; }
+
   struct Picture {
     const uint8_t* const* data;
     const int* linesize;
@@ -46,32 +50,41 @@ class Scaler {
     bool operator==(const Task&) const = default;
   };
   static ScalerPtr NewScaler(const Task& task, const ColourInfo& colour);
+  void ScaleWhole(const Picture& from, uint8_t* const* to, const int* to_linesize, const Task& task,
+                  const ColourInfo& colour);
 
+  bool interlaced_ = false;
   Task task_{};
   ScalerPtr scaler_;
 };
 
-// Decoded frames to the effect's layout: upright, cropped to even sizes, every frame in the shape
-// of the first one.
+// Decoded frames to the effect's layout: upright, cropped to even sizes (interlaced ones to a
+// height that is a multiple of 4, so that each field's is even), every frame in the shape of the
+// first one.
 class FrameConverter {
  public:
-  // `first` sets the shape. Remarks (a cropped column, a change of size) go to `note`.
+  // `first`, of 2x2 pixels at least, sets the shape. Remarks (a cropped column, a change of size)
+  // go to `note`.
   FrameConverter(const FrameFormat& format, const AVFrame& first, const Orientation& orientation,
-                 NoteSink note);
+                 Scan scan, NoteSink note);
 
   const FrameShape& shape() const { return shape_; }
   const ColourInfo& colour() const { return colour_; }
+  Scan scan() const { return scan_; }
 
   // Writes `frame` to `picture` (shape().bytes() bytes).
   void Convert(const AVFrame& frame, uint8_t* picture);
 
  private:
   Orientation orientation_;
+  Scan scan_;
   NoteSink note_;
   ColourInfo colour_;
   FrameShape shape_;
   int source_width_;  // of the first frame, as decoded
   int source_height_;
+  int used_width_;  // without what is cropped
+  int used_height_;
   bool size_changed_ = false;
   Scaler scaler_;
   // Only for pictures that are turned: the picture before and after turning, and the way from

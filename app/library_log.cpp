@@ -177,6 +177,14 @@ RunError LibraryError(const std::string& what, int32_t code) {
   return RunError(message);
 }
 
+RunError CannotStart(int32_t code) {
+  return RunError(
+      LibraryError("the effect cannot start", code).what() +
+      std::string("; it needs a segmentation engine (libPlimra.so beside libvantro.so, or "
+                  "--engine FILE), and the included one its network (in "
+                  "../share/vantro from there, or in VANTRO_MODEL_DIR)"));
+}
+
 int LastPhotoFlag() { return last_photo_flag; }
 
 }  // namespace vantro::app

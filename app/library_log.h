@@ -52,6 +52,9 @@ std::vector<std::string> TakeLibraryErrors();
 // the thread has logged, which are taken.
 RunError LibraryError(const std::string& what, int32_t code);
 
+// A handle that could not be opened: that too, and what it needs.
+RunError CannotStart(int32_t code);
+
 // What the photo handle found in this thread's last picture; 3 when it kept a subject's colours.
 int LastPhotoFlag();
 

@@ -33,8 +33,10 @@ int main(int argc, char** argv) {
   AddVideoCommand(program, chosen);
   AddPhotoCommand(program, chosen);
   const auto is_named = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
-  if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(is_named).empty()) {
-    std::fprintf(stderr, "vantro: there is no command \"%s\"\nSee \"vantro --help\".\n", argv[1]);
+  if (argc < 2 || (argv[1][0] != '-' && program.get_subcommands(is_named).empty())) {
+    const std::string named = argc < 2 ? "" : " \"" + std::string(argv[1]) + "\"";
+    std::fprintf(stderr, "vantro: %s%s; the commands are video and photo\nSee \"vantro --help\".\n",
+                 argc < 2 ? "a command is missing" : "there is no command", named.c_str());
     return kExitUsage;
   }
   try {

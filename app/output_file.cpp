@@ -27,13 +27,19 @@ OutputFile::OutputFile(const std::string& path, bool overwrite)
   if (error) throw RunError(path + ": " + error.message());
   const fs::file_status status = fs::status(final_, error);
   if (fs::exists(status)) {
+    if (fs::is_directory(status)) throw RunError(path + ": is a folder; give the name of a file");
     if (!fs::is_regular_file(status)) throw RunError(path + ": is not a regular file");
     if (!overwrite) throw RunError(ExistsMessage(path));
   }
   const std::string working = final_.string() + "." + std::to_string(getpid()) + ".part";
   aborted_.emplace(working);
   const int file = open(working.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (file < 0) throw RunError(path + ": cannot be written: " + std::strerror(errno));
+  if (file < 0) {
+    const int cause = errno;
+    throw RunError(
+        path + ": cannot be written: " +
+        (cause == ENOENT ? "its folder does not exist; make it first" : std::strerror(cause)));
+  }
   close(file);
   working_ = working;
 }

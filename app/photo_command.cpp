@@ -151,7 +151,7 @@ void AddPhotoCommand(CLI::App& program, std::function<int()>& chosen) {
   const auto options = std::make_shared<PhotoOptions>();
   options->settings.jobs =
       std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostJobs);
-  command->add_option("INPUT", options->paths.inputs)->type_name("");
+  command->add_option("FILE", options->paths.inputs)->check(NotEmpty())->type_name("");
   command->formatter(std::make_shared<PhotoHelp>());
   AddFormatOption(*command, options->settings.format);
   AddEngineOption(*command, options->engine);

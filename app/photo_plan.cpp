@@ -54,18 +54,20 @@ void CheckOutputs(const std::vector<PhotoTask>& tasks, const std::string& contac
   const auto claim = [&](const std::string& output, const std::string& input) {
     const auto [earlier, is_new] = writers.emplace(Canonical(output), input);
     if (!is_new) {
-      throw UsageError(earlier->second + " and " + input + ": would both be written to " + output);
+      throw UsageError(earlier->second + " and " + input + ": would both be written to " + output +
+                       "; rename one, or render them into different folders");
     }
   };
   for (const PhotoTask& task : tasks) {
     claim(task.output, task.input);
-    if (!task.mask.empty()) claim(task.mask, task.input);
+    if (!task.mask.empty()) claim(task.mask, "the mask of " + task.input);
   }
   if (!contact_sheet.empty()) claim(contact_sheet, "--contact-sheet");
   for (const PhotoTask& task : tasks) {
     const auto writer = writers.find(Canonical(task.input));
     if (writer != writers.end()) {
-      throw UsageError(task.input + ": is an input, and would be written to");
+      throw UsageError(task.input +
+                       ": is an input, and would be overwritten; choose another OUTPUT");
     }
   }
 }

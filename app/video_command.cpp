@@ -161,8 +161,12 @@ void AddVideoCommand(CLI::App& program, std::function<int()>& chosen) {
   const auto options = std::make_shared<VideoOptions>();
   command->add_option("INPUT", options->input, "Video to read, any kind that FFmpeg reads")
       ->required()
+      ->check(NotEmpty())
       ->type_name("");
-  command->add_option("OUTPUT", options->output, "Video to write")->required()->type_name("");
+  command->add_option("OUTPUT", options->output, "Video to write")
+      ->required()
+      ->check(NotEmpty())
+      ->type_name("");
   AddFormatOption(*command, options->format);
   command
       ->add_option_function<std::string>(

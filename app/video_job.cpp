@@ -25,6 +25,16 @@ void CheckRect(const Rect_t& rect, const FrameShape& shape) {
                    std::to_string(shape.height) + " frame");
 }
 
+// Chroma is stored for pairs of columns and rows, so the rectangle takes in whole pairs.
+Rect_t WholePairs(const Rect_t& rect) {
+  Rect_t even = rect;
+  even.x &= ~1;
+  even.y &= ~1;
+  even.width = ((rect.x + rect.width + 1) & ~1) - even.x;
+  even.height = ((rect.y + rect.height + 1) & ~1) - even.y;
+  return even;
+}
+
 }  // namespace
 
 VideoJob::VideoJob(const VideoOptions& options, std::string address, Progress& progress)
@@ -35,11 +45,19 @@ VideoJob::VideoJob(const VideoOptions& options, std::string address, Progress& p
       reader_(options.input, options.threads, note_) {}
 
 void VideoJob::Open(const AVFrame& first) {
-  converter_.emplace(options_.format, first, reader_.orientation(), note_);
+  if (first.width < 2 || first.height < 2) {
+    throw RunError(options_.input + ": its frames have " + std::to_string(first.width) + "x" +
+                   std::to_string(first.height) + " pixels; the effect needs 2x2 at least");
+  }
+  converter_.emplace(options_.format, first, reader_.orientation(), reader_.scan(first), note_);
   const FrameShape& shape = converter_->shape();
-  if (options_.rect) CheckRect(*options_.rect, shape);
+  std::optional<Rect_t> rect;
+  if (options_.rect) {
+    CheckRect(*options_.rect, shape);
+    rect = WholePairs(*options_.rect);
+  }
   const AVRational pixel_shape = reader_.pixel_shape(first);
-  session_.emplace(shape, options_.rect);
+  session_.emplace(shape, rect);
   if (!options_.contact_sheet.empty()) sheet_.emplace(shape, converter_->colour(), pixel_shape);
   if (!options_.report.empty()) report_.emplace(shape, converter_->colour(), pixel_shape);
   const std::string output_name = options_.output == "-" ? "standard output" : options_.output;
@@ -49,6 +67,7 @@ void VideoJob::Open(const AVFrame& first) {
                                         .shape = shape,
                                         .colour = converter_->colour(),
                                         .pixel_shape = pixel_shape,
+                                        .scan = converter_->scan(),
                                         .threads = options_.threads},
                   reader_, note_);
 }

@@ -21,7 +21,9 @@ std::string Address(const std::string& path) {
   }
   if (path.find("://") != std::string::npos) return path;
   throw RunError(path + ": " +
-                 (error ? error.message() : std::string("no such file; check the INPUT path")));
+                 (error && status.type() != std::filesystem::file_type::not_found
+                      ? error.message()
+                      : "no such file; check the path given as INPUT"));
 }
 
 // A read that an interrupt broke off is no failure of the input.
@@ -77,6 +79,7 @@ VideoReader::VideoReader(const std::string& path, int threads, NoteSink note)
   decoder_->pkt_timebase = stream_->time_base;
   decoder_->thread_count = threads;
   CheckFFmpeg(avcodec_open2(decoder_.get(), codec, nullptr), name_ + ": cannot be decoded");
+  TakeDemuxerError();
 }
 
 const AVFrame* VideoReader::Next() {
@@ -93,12 +96,22 @@ const AVFrame* VideoReader::Next() {
     }
     if (!ReadPacket()) return nullptr;
   }
+  ReportDamage();
+  return nullptr;
+}
+
+void VideoReader::ReportDamage() {
   if (damaged_packets_ > 0) {
     note_(name_ + ": " + std::to_string(damaged_packets_) +
-          " damaged packets could not be decoded and were left out");
+          (damaged_packets_ == 1 ? " packet" : " packets") +
+          " could not be decoded; what they hold is left out");
     damaged_packets_ = 0;
   }
-  return nullptr;
+  if (const std::string cause = TakeDemuxerError(); !cause.empty()) {
+    std::string read = std::to_string(frames_);
+    if (stream_->nb_frames > 0) read += " of " + std::to_string(stream_->nb_frames);
+    note_(name_ + ": seems incomplete, " + read + " frames were read (" + cause + ")");
+  }
 }
 
 // Feeds the decoder with one packet, or with the end of the stream. False after an interrupt.
@@ -151,6 +164,15 @@ AVRational VideoReader::pixel_shape(const AVFrame& frame) const {
   const AVRational stored =
       frame.sample_aspect_ratio.num > 0 ? frame.sample_aspect_ratio : stream_->sample_aspect_ratio;
   return orientation().swap_axes && stored.num > 0 ? av_inv_q(stored) : stored;
+}
+
+Scan VideoReader::scan(const AVFrame& frame) const {
+  const Scan stored = ScanOf(frame, *stream_);
+  const Orientation turn = orientation();
+  if (turn.swap_axes) return Scan::kProgressive;  // the fields are columns now
+  if (!turn.flip_y || stored == Scan::kProgressive) return stored;
+  // The rows are even in number, so turned round, the upper field is the lower one.
+  return stored == Scan::kTopFieldFirst ? Scan::kBottomFieldFirst : Scan::kTopFieldFirst;
 }
 
 int64_t VideoReader::StartOf(const AVStream& stream) const {

@@ -32,7 +32,9 @@ class VideoReader {
   const std::vector<const AVStream*>& audio_streams() const { return audio_streams_; }
   Orientation orientation() const { return Orientation::OfStream(*stream_); }
   AVRational frame_rate() const { return frame_rate_; }
+  // Both as the upright picture has them.
   AVRational pixel_shape(const AVFrame& frame) const;
+  Scan scan(const AVFrame& frame) const;
   // What to take off every time stamp of a stream: nothing, but for containers whose clock starts
   // anywhere.
   int64_t StartOf(const AVStream& stream) const;
@@ -44,6 +46,7 @@ class VideoReader {
 
  private:
   bool ReadPacket();
+  void ReportDamage();
   void SetTimes(AVFrame& frame);
 
   std::string name_;  // for messages

@@ -98,20 +98,16 @@ void VideoWriter::OpenEncoder(const Settings& settings) {
   encoder_->color_trc = colour_.transfer;
   encoder_->colorspace = colour_.space;
   encoder_->chroma_sample_location = colour_.chroma;
+  if (settings.scan != Scan::kProgressive) {
+    encoder_->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+    encoder_->field_order = settings.scan == Scan::kTopFieldFirst ? AV_FIELD_TT : AV_FIELD_BB;
+    scaler_.set_interlaced(true);
+  }
   encoder_->thread_count = settings.threads;
   if ((output_->oformat->flags & AVFMT_GLOBALHEADER) != 0) {
     encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   }
-  if (!raw_) {
-    av_opt_set(encoder_->priv_data, "crf", kQuality, 0);
-    av_opt_set(encoder_->priv_data, "preset", kPreset, 0);
-    // Otherwise the stream's own timing notes take each tick of the time base for a frame. Frames
-    // keep their times in either case.
-    const AVStream& from = reader_.stream();
-    if (av_cmp_q(from.avg_frame_rate, from.r_frame_rate) == 0) {
-      av_opt_set(encoder_->priv_data, "x264-params", "force-cfr=1", 0);
-    }
-  }
+  if (!raw_) SetH264Options(settings.scan);
   CheckFFmpeg(avcodec_open2(encoder_.get(), codec, nullptr),
               name_ + ": the video encoder cannot start");
   CheckFFmpeg(avcodec_parameters_from_context(stream_->codecpar, encoder_.get()), name_);
@@ -129,6 +125,20 @@ void VideoWriter::OpenEncoder(const Settings& settings) {
   frame_->colorspace = colour_.space;
   frame_->chroma_location = colour_.chroma;
   frame_->sample_aspect_ratio = settings.pixel_shape;
+  SetScan(settings.scan, *frame_);
+}
+
+void VideoWriter::SetH264Options(Scan scan) {
+  av_opt_set(encoder_->priv_data, "crf", kQuality, 0);
+  av_opt_set(encoder_->priv_data, "preset", kPreset, 0);
+  std::string parameters;
+  // Otherwise the stream's own timing notes take each tick of the time base for a frame. Frames
+  // keep their times in either case.
+  const AVStream& from = reader_.stream();
+  if (av_cmp_q(from.avg_frame_rate, from.r_frame_rate) == 0) parameters = "force-cfr=1:";
+  // The flags of the frames would tell, too, but only after the first of them is written.
+  if (scan == Scan::kBottomFieldFirst) parameters += "bff=1";
+  av_opt_set(encoder_->priv_data, "x264-params", parameters.c_str(), 0);
 }
 
 void VideoWriter::AddAudio(const NoteSink& note) {

@@ -32,6 +32,7 @@ class VideoWriter {
     FrameShape shape;
     ColourInfo colour;
     AVRational pixel_shape;
+    Scan scan;
     int threads;  // of the encoder, 0 for one a processor
   };
 
@@ -55,6 +56,7 @@ class VideoWriter {
   };
 
   void OpenEncoder(const Settings& settings);
+  void SetH264Options(Scan scan);
   void AddAudio(const NoteSink& note);
   void WritePackets(const AVFrame* frame);
   void Mux(AVPacket& packet, AVRational time_base, const AVStream& stream);

@@ -53,13 +53,15 @@ std::optional<ModelGraph> ReadFile(const fs::path& path, std::string* problem) {
 }  // namespace
 
 std::optional<ModelGraph> LoadModel(const char* model_dir, std::string* error) {
-  *error = std::string("no usable ") + kFileName + ":";
+  *error = std::string("no usable ") + kFileName;
+  const char* separator = ": ";
   for (const fs::path& folder : Folders(model_dir)) {
     const fs::path path = folder / kFileName;
     std::error_code unknown;
-    *error += " [" + folder.string() + "] ";
+    error->append(separator).append("[").append(folder.string()).append("] ");
+    separator = "; ";
     if (!fs::is_regular_file(path, unknown)) {
-      *error += "has none;";
+      *error += "has none";
       continue;
     }
     std::string problem;

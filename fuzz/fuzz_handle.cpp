@@ -2,6 +2,7 @@
 // an engine that answers anything.
 #include <dlfcn.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 
@@ -32,8 +33,10 @@ test::EngineScript& Script() {
   return *reinterpret_cast<Entry>(dlsym(engine, "Plimra_Script"))();
 }
 
-void Require(bool condition) {
-  if (!condition) std::abort();
+void Require(bool condition, const char* what) {
+  if (condition) return;
+  std::fprintf(stderr, "ERROR: %s\n", what);
+  std::abort();
 }
 
 class Handle {
@@ -47,33 +50,37 @@ class Handle {
     requests_left = in_.OneIn(4) ? in_.Int(1, 12) : 0;
     Script().create_result = in_.OneIn(16) ? -1 : 0;
     const int32_t code = (photo_ ? VantroPhoto_Init : Vantro_Init)(&handle_, "", &pool);
-    Require((code == 0) == (handle_ != nullptr));
-    Require(code == 0 || code == VANTRO_ERR_OPEN || code == VANTRO_ERR_INPUT);
+    Require((code == 0) == (handle_ != nullptr),
+            "a handle without success or success without a handle");
+    Require(code == 0 || code == VANTRO_ERR_OPEN || code == VANTRO_ERR_INPUT,
+            "opening has a code of its own");
     if (handle_ != nullptr) host_.emplace(handle_, photo_, in_);
   }
 
   void Close() {
     (photo_ ? VantroPhoto_Deinit : Vantro_Deinit)(&handle_);
     host_.reset();
-    Require(handle_ == nullptr);
+    Require(handle_ == nullptr, "a closed handle is still there");
   }
 
   void Frame() {
     requests_left = in_.OneIn(16) ? in_.Int(1, 8) : 0;
     if (host_) {
       host_->memory_may_fail = requests_left != 0;
-      Require(host_->Step());
+      Require(host_->Step(), "a frame has a code that it should not have, or changed its record");
     } else {
-      Require(Process(photo_) == VANTRO_ERR_INPUT);
+      Require(Process(photo_) == VANTRO_ERR_INPUT, "a frame without a handle was taken");
     }
   }
 
   // Calls of the other family leave a handle as it is.
-  void FrameOfOtherFamily() { Require(Process(!photo_) == VANTRO_ERR_INPUT); }
+  void FrameOfOtherFamily() {
+    Require(Process(!photo_) == VANTRO_ERR_INPUT, "the other family's frame was taken");
+  }
   void CloseByOtherFamily() {
     void* const before = handle_;
     (photo_ ? Vantro_Deinit : VantroPhoto_Deinit)(&handle_);
-    Require(handle_ == before);
+    Require(handle_ == before, "the other family closed the handle");
   }
 
  private:

@@ -28,7 +28,8 @@ Bytes ReadBytes(const std::string& path) {
   namespace fs = std::filesystem;
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
-  if (!fs::exists(status)) throw RunError(error ? error.message() : "no such file");
+  if (status.type() == fs::file_type::not_found) throw RunError("no such file; check the path");
+  if (error) throw RunError(error.message());
   if (fs::is_directory(status)) throw RunError("is a folder, not a picture");
   if (!fs::is_regular_file(status)) throw RunError("is not a regular file");
   const FilePtr file(std::fopen(path.c_str(), "rbe"), &std::fclose);
@@ -48,7 +49,7 @@ StoredPhoto Decode(const Bytes& file, const NoteSink& note) {
   if (HasAt(file, 0, "\x89PNG\r\n\x1A\n")) return ReadPng(file, note);
   if (HasAt(file, 0, "RIFF") && HasAt(file, 8, "WEBP")) return ReadWebp(file);
   if (HasAt(file, 4, "ftyp")) return ReadHeif(file);
-  throw RunError("is not a JPEG, PNG, WebP or HEIC picture");
+  throw RunError("is not a JPEG, PNG, WebP, HEIC or AVIF picture; convert it first");
 }
 
 }  // namespace

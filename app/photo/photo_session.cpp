@@ -14,7 +14,7 @@ constexpr int kSubjectFlag = 3;
 
 PhotoSession::PhotoSession(const FrameFormat& format) : format_(format), pool_(HeapPool()) {
   const int32_t code = VantroPhoto_Init(&handle_, "built-in", &pool_);
-  if (code != VANTRO_OK) throw LibraryError("the effect cannot start", code);
+  if (code != VANTRO_OK) throw CannotStart(code);
 }
 
 PhotoSession::~PhotoSession() { VantroPhoto_Deinit(&handle_); }

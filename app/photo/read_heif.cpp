@@ -1,5 +1,6 @@
 #include <libheif/heif.h>
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <string>
@@ -22,7 +23,9 @@ using ImagePtr = std::unique_ptr<heif_image, HeifDeleter>;
 void Check(const heif_error& error) {
   if (error.code == heif_error_Memory_allocation_error) throw std::bad_alloc();
   if (error.code == heif_error_Ok) return;
-  throw RunError("HEIC: " + std::string(error.message != nullptr ? error.message : "damaged"));
+  std::string cause = error.message != nullptr ? error.message : "damaged";
+  cause.erase(std::min(cause.find('\n'), cause.size()));
+  throw RunError("HEIC: " + cause);
 }
 
 Bytes ReadProfile(const heif_image_handle* handle) {

@@ -56,7 +56,7 @@ TEST_F(PhotoBatch, RendersTheGoodOnesAmongTheBad) {
   EXPECT_EQ(result.status, 1);
   ExpectSaid(result, {"15 pictures", "cut.jpg: damaged", "cut.png: ", "text.jpg: is not a JPEG",
                       "empty.webp: the file is empty", "ink.jpg: is a CMYK",
-                      "folder.png: is a folder", "missing.jpg: No such file"});
+                      "folder.png: is a folder", "missing.jpg: no such file"});
   ASSERT_EQ(Files("out").size(), 8u);
 
   for (unsigned i = 0; i < 8; ++i) {

@@ -36,7 +36,7 @@ TEST_F(VideoFailures, OfWrongUsage) {
     std::vector<std::string> arguments;
     std::string culprit;
   } cases[] = {
-      {{}, "subcommand"},
+      {{}, "a command is missing"},
       {{"paint", in, out}, "paint"},
       {{"video"}, "INPUT"},
       {{"video", in}, "OUTPUT"},
