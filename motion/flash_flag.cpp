@@ -6,10 +6,10 @@
 #include <limits>
 #include <numeric>
 
+#include "image/try_resize.h"
 #include "support/log.h"
 #include "support/scratch.h"
 #include "vantro/algo_context.h"
-#include "vantro/image.h"
 #include "vantro/motion.h"
 
 namespace vantro {
@@ -26,19 +26,23 @@ size_t Slot(int64_t frame) {
   return static_cast<size_t>((frame % kRingSize + kRingSize) % kRingSize);
 }
 
-// Luma of a frame at 100x100; false for a format that has no case here.
-bool ReduceLuma(const OpticalFlow& record, const uint8_t* frame, uint8_t* reduced) {
-  switch (record.yuv_format) {
+// Channel step of a frame's luma samples; 0 for a format that has no case here.
+int LumaStep(uint8_t format) {
+  switch (format) {
     case VANTRO_FORMAT_NV21:
-      ResizeUYVYtoYChl(frame, reduced, record.width, record.stride, record.height, kSide, kSide, 1);
-      return true;
+      return 1;
     case VANTRO_FORMAT_UYVY:
-      ResizeUYVYtoYChl(frame + 1, reduced, record.width, record.stride, record.height, kSide, kSide,
-                       2);
-      return true;
+      return 2;
     default:
-      return false;
+      return 0;
   }
+}
+
+// Luma of a frame at 100x100; false when it cannot be reduced.
+bool ReduceLuma(const OpticalFlow& record, const uint8_t* frame, int step, uint8_t* reduced) {
+  // UYVY has its first luma sample behind a chroma sample.
+  return TryResizeUYVYtoYChl(frame + (step - 1), reduced, record.width, record.stride,
+                             record.height, kSide, kSide, step);
 }
 
 int DetectMotion(const OpticalFlow& record, uint8_t* current, uint8_t* previous) {
@@ -113,9 +117,13 @@ int GetFlashFlag(void* algo_cxt, OpticalFlow record, int* flag) {
     VANTRO_LOGE(kTagVideo, "y_down or lastY_down is error!\n");
     return -1;
   }
-  if (!ReduceLuma(record, record.yuv, current.get()) ||
-      !ReduceLuma(record, record.last_yuv, previous.get())) {
+  const int step = LumaStep(record.yuv_format);
+  if (step == 0) {
     VANTRO_LOGE(kTagVideo, "not support this format!!\n");
+    return -1;
+  }
+  if (!ReduceLuma(record, record.yuv, step, current.get()) ||
+      !ReduceLuma(record, record.last_yuv, step, previous.get())) {
     return -1;
   }
 

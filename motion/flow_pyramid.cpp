@@ -3,15 +3,17 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "image/try_resize.h"
 #include "motion/flow_handle.h"
 #include "support/log.h"
-#include "vantro/image.h"
+#include "vantro/bounded.h"
 #include "vantro/motion.h"
 
 namespace vantro {
 namespace {
 
-void BuildLevel(ME_Handler* handle, const uint8_t* image, int level, int n, float sigma,
+// Returns false when there was no memory to resize the image.
+bool BuildLevel(ME_Handler* handle, const uint8_t* image, int level, int n, float sigma,
                 float* poly) {
   const float scale = handle->level_scale[level];
   const LevelSize size = SizeOfLevel(*handle, level);
@@ -22,17 +24,26 @@ void BuildLevel(ME_Handler* handle, const uint8_t* image, int level, int n, floa
               size.width, size.height);
 
   auto* resized = reinterpret_cast<uint8_t*>(handle->tmp_fImg);
-  vantro_c::ResizeUchar(image, resized, handle->width, handle->height, size.width, size.height);
-  // Where the kernel shrinks to a length that the blur refuses, the blur copies the level, and that
-  // is what is expanded.
+  if (!TryResizeUcharC(image, resized, handle->width, handle->height, size.width, size.height)) {
+    return false;
+  }
   const int k_length = static_cast<int>(scale * static_cast<float>(smooth_size));
-  gaussian_blur(resized, handle->blur_img, size.width, size.height, size.width, size.width,
-                k_length, scale * smooth_sigma, nullptr, 1, nullptr);
+  const size_t pixels = static_cast<size_t>(int64_t{size.width} * size.height);
+  if (gaussian_blur(resized, handle->blur_img, size.width, size.height, size.width, size.width,
+                    k_length, scale * smooth_sigma, nullptr, 1, nullptr) != 0) {
+    // A level whose kernel shrinks to a length that the blur refuses is expanded as it is, and so
+    // is one that there is no memory to blur.
+    memcpy_s(handle->blur_img, pixels, resized, pixels);
+  }
   __convertToFloat(handle->blur_img, handle->src_f, size.width, size.height);
   float* const kernel_buffer = handle->tmp_fImg;
   float* const row_buffer = kernel_buffer + 6 * static_cast<ptrdiff_t>(n) + 3;
-  opticalFKPolyExp(handle->src_f, poly, kernel_buffer, row_buffer, size.width, size.height, n,
-                   static_cast<double>(sigma));
+  if (opticalFKPolyExp(handle->src_f, poly, kernel_buffer, row_buffer, size.width, size.height, n,
+                       static_cast<double>(sigma)) != 0) {
+    // No structure, rather than what an earlier image or nothing at all has left here.
+    memset_s(poly, 5 * pixels * sizeof(float), 0, 5 * pixels * sizeof(float));
+  }
+  return true;
 }
 
 }  // namespace
@@ -50,10 +61,10 @@ int build_OF_Pyramid(ME_Handler* handle, unsigned char* image, int n, float sigm
     return -1;
   }
   float* const* const set = handle->poly[handle->next_set];
-  handle->next_set = 1 - handle->next_set;
   for (int level = handle->max_level; level >= 0; --level) {
-    BuildLevel(handle, image, level, n, sigma, set[level]);
+    if (!BuildLevel(handle, image, level, n, sigma, set[level])) return -1;
   }
+  handle->next_set = 1 - handle->next_set;
   return 0;
 }
 

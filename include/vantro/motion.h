@@ -53,7 +53,8 @@ struct OpticalFlow {
 // algo_cxt  an AlgoCxt; its pool gives two blocks of 10000 bytes, "y_down" and "lastY_down".
 //
 // Returns 0; -1, with the rings untouched, when the context, its pool or a scratch buffer is
-// missing or the format is refused.
+// missing, the format is refused or a frame cannot be reduced (no memory, a size below 1, a stride
+// below the width).
 VANTRO_API int GetFlashFlag(void* algo_cxt, OpticalFlow record, int* flag);
 
 // ---- Dense optical flow
@@ -99,7 +100,8 @@ VANTRO_API void opticalFlow_unInit(ME_Handler* handle);
 // Expands every level of `image` (width x height bytes, rows packed) into coefficient set
 // next_set, then switches next_set. `n` is the reach of the expansion's neighbourhood in pixels,
 // `sigma` that of its Gaussian weights; the system uses 7 and 1.5. Returns 0; -1 for a null handle
-// or image, or an `n` below 0 or too large for the handle's buffers.
+// or image, an `n` below 0 or too large for the handle's buffers, or no memory to resize the image
+// (next_set is then as before). A level that there is no memory to blur is expanded unblurred.
 VANTRO_API int build_OF_Pyramid(ME_Handler* handle, unsigned char* image, int n, float sigma);
 
 // Expands the second image and computes the flow from the image expanded before it; the result is
@@ -146,9 +148,9 @@ VANTRO_API void __convertToFloat(const unsigned char* src, float* dst, int width
 // |dx| + |dy| over the field passes `global_threshold`, or its mean over a region passes
 // `local_threshold`. The region is given as fractions of the frame, (x0, y0) to (x1, y1); any
 // values are allowed, and what lies outside the field is not measured. Returns 1, 0, or -1 on
-// failure. Takes and releases about a megabyte of heap at 100 x 100; where the heap hands it back to
-// the system each time (glibc in a process that never released a larger block; M_TRIM_THRESHOLD),
-// new pages cost more time than the flow.
+// failure. Takes and releases about a megabyte of heap at 100 x 100; where the heap hands it back
+// to the system each time (glibc in a process that never released a larger block;
+// M_TRIM_THRESHOLD), new pages cost more time than the flow.
 VANTRO_API int CompareOpticalFlow(unsigned char* image1, unsigned char* image2,
                                   float global_threshold, int width, int height,
                                   float local_threshold, float x0, float y0, float x1, float y1);

@@ -191,7 +191,7 @@ TEST_F(FlashFlag, ReportsAMissingScratchBuffer) {
   EXPECT_EQ(area_, Ring{});
 }
 
-TEST_F(FlashFlag, AFailedComparisonHidesTheNextFlash) {
+TEST_F(FlashFlag, FailsWithoutMemoryToReduceAndHidesTheNextFlashWithoutMemoryToCompare) {
   std::vector<size_t> sizes;
   {
     const FailingMalloc heap;
@@ -200,8 +200,18 @@ TEST_F(FlashFlag, AFailedComparisonHidesTheNextFlash) {
   }
   const auto flow_handle = std::find(sizes.begin(), sizes.end(), sizeof(ME_Handler));
   ASSERT_NE(flow_handle, sizes.end());
+  const int comparing = static_cast<int>(flow_handle - sizes.begin());
+  ASSERT_GT(comparing, 2);
+  // The first two requests are the pool's.
+  for (int request = 2; request < comparing; ++request) {
+    const Ring flash = flash_, move = move_, area = area_;
+    const FailingMalloc heap(request);
+    EXPECT_EQ(Step(7, 90), -1);
+    EXPECT_EQ(heap.live(), 0);
+    EXPECT_TRUE(flash_ == flash && move_ == move && area_ == area);
+  }
   {
-    const FailingMalloc heap(static_cast<int>(flow_handle - sizes.begin()));
+    const FailingMalloc heap(comparing);
     EXPECT_EQ(Step(4, 0), 0);
     EXPECT_EQ(heap.live(), 0);
   }

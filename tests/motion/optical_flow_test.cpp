@@ -287,7 +287,7 @@ TEST(CompareOpticalFlow, ReleasesEverythingWhicheverAllocationFails) {
               2);
     EXPECT_EQ(CountOf(log, "[VANTRO] ATTENTION: k_length is wrong!k_length[1]"), 2);
   }
-  int failures = 0;
+  int unresized = 0;
   for (size_t i = 0; i < requests; ++i) {
     SCOPED_TRACE(i);
     const LogCapture log;
@@ -295,7 +295,10 @@ TEST(CompareOpticalFlow, ReleasesEverythingWhicheverAllocationFails) {
     const int result = run();
     EXPECT_EQ(heap.live(), 0);
     EXPECT_EQ(CountOf(log, "opticalFlow Unit Success!"), 1);
-    failures += result == -1 ? 1 : 0;
+    const bool no_resize = log.contains("ResizeUchar 253 malloc error!");
+    unresized += no_resize ? 1 : 0;
+    // Without memory to blur it, an image is compared as it is.
+    EXPECT_EQ(result, i < 12 || i >= requests - 2 || no_resize ? -1 : 0);
     using Texts = std::vector<std::string>;
     if (i == 0) {
       EXPECT_EQ(ErrorTexts(log), (Texts{"Malloc OF_Handler Failed!", "opticalFlow_Init Failed!"}));
@@ -310,8 +313,7 @@ TEST(CompareOpticalFlow, ReleasesEverythingWhicheverAllocationFails) {
       EXPECT_EQ(ErrorTexts(log), Texts{"doOpticalFlow_local_t Failed!"});
     }
   }
-  // The handle and its eleven buffers, and both buffers of the measurement.
-  EXPECT_EQ(failures, 14);
+  EXPECT_GT(unresized, 0);
 }
 
 TEST(CompareOpticalFlow, ReportsAMissingImage) {
