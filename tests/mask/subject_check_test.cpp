@@ -15,7 +15,6 @@ AlgoCxt ContextWithBuiltInTuning() {
   cxt.tuning.weight_scale = 0.8f;
   std::fill_n(cxt.tuning.grid_weight, 9, 0.5f);
   cxt.tuning.grid_weight[4] = 1.0f;
-  cxt.tuning.area_ratio = 0.005f;
   cxt.roi_state = 77;
   cxt.subject_type = 78;
   return cxt;
@@ -37,8 +36,9 @@ struct Answer {
   bool operator==(const Answer&) const = default;
 };
 
-Answer Ask(Vantro_t frame, uint8_t* mask, int maskw, int maskh) {
+Answer Ask(Vantro_t frame, uint8_t* mask, int maskw, int maskh, float share = 0.005f) {
   AlgoCxt cxt = ContextWithBuiltInTuning();
+  cxt.tuning.area_ratio = share;
   frame.mask = mask;
   frame.maskw = maskw;
   frame.maskh = maskh;
@@ -62,27 +62,26 @@ TEST(SubjectRegion, AsksForHalfAPerCentOfTheFrame) {
   EXPECT_EQ(Ask(extreme, mask.data(), 100, 100), (Answer{0, 0, 3, 1}));
 }
 
-TEST(SubjectRegion, FormsTheLimitInSinglePrecision) {
+TEST(SubjectRegion, FormsTheLimitInSinglePrecisionFromLeftToRight) {
   Random random(3);
   for (int i = 0; i < 2000; ++i) {
-    const Vantro_t frame =
-        Frame(random.Int(2, 9000), random.Int(2, 9000), random.Int(1, 3000), random.Int(1, 3000));
-    const float crop_width =
-        static_cast<float>(frame.crop_param.crop_right + 1 - frame.crop_param.crop_left);
-    const float crop_height =
-        static_cast<float>(frame.crop_param.crop_bottom + 1 - frame.crop_param.crop_top);
-    float limit = 0.005f * static_cast<float>(frame.width);
+    const int crop_width = random.Int(1, 3000);
+    const int crop_height = random.Int(1, 3000);
+    const Vantro_t frame = Frame(random.Int(2, 9000), random.Int(2, 9000), crop_width, crop_height);
+    const int count = random.Int(1, 31 * 17);
+    Bytes mask(31 * 17, 0);
+    std::fill_n(mask.begin(), count, uint8_t{1});
+    // A share that puts the limit at the count, but for what rounding makes of it.
+    const auto share = static_cast<float>(1.0 * count * crop_width * crop_height /
+                                          (31.0 * 17.0 * frame.width * frame.height));
+    float limit = share * static_cast<float>(frame.width);
     limit = limit * static_cast<float>(frame.height);
     limit = limit * 17.0f;
     limit = limit * 31.0f;
-    limit = limit / crop_height;
-    limit = limit / crop_width;
-    // As near to the limit as a count can be.
-    const int count = std::clamp(static_cast<int>(limit) + random.Int(0, 1), 1, 31 * 17);
-    Bytes mask(31 * 17, 0);
-    std::fill_n(mask.begin(), count, uint8_t{1});
+    limit = limit / static_cast<float>(crop_height);
+    limit = limit / static_cast<float>(crop_width);
     const int flag = limit <= static_cast<float>(count) ? 3 : 0;
-    ASSERT_EQ(Ask(frame, mask.data(), 31, 17), (Answer{0, flag, 3, 1}));
+    ASSERT_EQ(Ask(frame, mask.data(), 31, 17, share), (Answer{0, flag, 3, 1}));
   }
 }
 
