@@ -75,6 +75,37 @@ class Handles : public EngineFixture {
   }
 };
 
+// How an Init tells what it could not have.
+struct Refusal {
+  int32_t code;
+  const char* line;
+};
+
+constexpr Refusal kRefusals[] = {
+    {VANTRO_ERR_OPEN, "Vantro_Init cxt malloc fail!!"},
+    {VANTRO_ERR_INPUT, "[vantro] Vantro_Init cxt_ptr->box err!"},
+    {VANTRO_ERR_INPUT, "[vantro] Vantro_Init cxt_ptr->box_vantro err!"},
+    {VANTRO_ERR_INPUT, "[vantro] Vantro_Init cxt_ptr->th_pool err!"},
+    {VANTRO_ERR_OPEN, "cxt_ptr->algoInterface is malloc failed!\n"},
+    {VANTRO_ERR_OPEN, "cxt_ptr->algoInterface  ERROR\n"},
+    {VANTRO_ERR_OPEN, "cxt_ptr->mask is malloc failed\n"},
+    {VANTRO_ERR_OPEN, "cxt_ptr->mask error!\n"},
+    {VANTRO_ERR_OPEN, "cxt_ptr->lastMask error!\n"},
+    {VANTRO_ERR_OPEN, "cxt_ptr->move_flag is malloc failed\n"},
+};
+
+// Exactly one of the lines was logged, and the code is its; or none, for the algorithm context.
+bool IsDocumented(int32_t code, const LogCapture& log) {
+  int logged = 0;
+  bool matches = code == VANTRO_ERR_OPEN;
+  for (const Refusal& refusal : kRefusals) {
+    if (!log.contains(refusal.line)) continue;
+    ++logged;
+    matches = code == refusal.code;
+  }
+  return matches && logged <= 1;
+}
+
 using Run = void (*)(std::vector<int32_t>*, std::vector<std::vector<uint8_t>>*);
 
 void FailEveryRequest(Run run, LogCapture& log) {
@@ -92,6 +123,7 @@ void FailEveryRequest(Run run, LogCapture& log) {
   for (int at = 0; at < requests; ++at) {
     for (const auto mode : {FailingMemory::kOnce, FailingMemory::kFromThenOn}) {
       SCOPED_TRACE("request " + std::to_string(at));
+      log.clear();
       std::vector<int32_t> failed;
       {
         const FailingMemory memory(mode, at);
@@ -99,7 +131,7 @@ void FailEveryRequest(Run run, LogCapture& log) {
         EXPECT_EQ(memory.live(), 0);
       }
       if (failed[0] != 0) {  // not opened: every frame is refused
-        EXPECT_TRUE(failed[0] == VANTRO_ERR_OPEN || failed[0] == VANTRO_ERR_INPUT) << failed[0];
+        EXPECT_TRUE(IsDocumented(failed[0], log)) << failed[0];
         for (size_t i = 1; i < failed.size(); ++i) EXPECT_EQ(failed[i], VANTRO_ERR_INPUT);
         continue;
       }

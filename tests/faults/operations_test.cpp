@@ -156,7 +156,8 @@ bool LeftIn(Left left, const Outcome& outcome, const Outcome& before, const Outc
         if (i == 0 && !as_before) return false;
         break;
       case Left::kMotionSlot:
-        if (OtherSlots(outcome[i], expected[i]) != (i == kMotionRing ? 1 : 0)) return false;
+        if (i != kMotionRing && outcome[i] != expected[i]) return false;
+        if (i == kMotionRing && OtherSlots(outcome[i], expected[i]) != 1) return false;
         break;
       case Left::kField:
         break;
