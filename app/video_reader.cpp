@@ -102,9 +102,7 @@ const AVFrame* VideoReader::Next() {
 
 void VideoReader::ReportDamage() {
   if (damaged_packets_ > 0) {
-    note_(name_ + ": " + std::to_string(damaged_packets_) +
-          (damaged_packets_ == 1 ? " packet" : " packets") +
-          " could not be decoded; what they hold is left out");
+    note_(name_ + ": damaged packets left out: " + std::to_string(damaged_packets_));
     damaged_packets_ = 0;
   }
   if (const std::string cause = TakeDemuxerError(); !cause.empty()) {

@@ -81,7 +81,7 @@ class PngEncoder {
       LoadPixels(raster, y, channels, row.row(0), scratch);
       RunPng(errors_, [&] { png_write_row(png_, row.row(0)); });
     }
-    RunPng(errors_, [&] { png_write_end(png_, info_); });
+    RunPng(errors_, [&] { png_write_end(png_, nullptr); });
     return std::move(sink_.bytes);
   }
 

@@ -1,10 +1,9 @@
 // Small videos for the tests: planar frames in memory, raw files written by hand, other files
-// written and read with FFmpeg's libraries.
+// written and read with the tools ffmpeg and ffprobe.
 #ifndef VANTRO_TESTS_APP_CLIP_H_
 #define VANTRO_TESTS_APP_CLIP_H_
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,55 +14,39 @@ using Bytes = std::vector<uint8_t>;
 // One planar frame: luma, then the two chroma planes, without gaps; chroma at half width, and at
 // half height for 4:2:0, rounded up.
 struct PlanarFrame {
-  int width = 0;
-  int height = 0;
-  bool half_height_chroma = true;
-  Bytes luma, cb, cr;
+  PlanarFrame(int frame_width, int frame_height, bool half_height);
 
-  int chroma_width() const { return (width + 1) / 2; }
-  int chroma_height() const { return half_height_chroma ? (height + 1) / 2 : height; }
+  int width, height;
+  int chroma_width, chroma_height;
+  Bytes luma, cb, cr;
 };
 
-// A frame of random samples; the same for the same number.
-PlanarFrame NoiseFrame(int width, int height, bool half_height_chroma, unsigned number);
+// Frames of random samples; the same for the same arguments.
+std::vector<PlanarFrame> NoiseFrames(int count, int width, int height, bool half_height = true);
 
-// Raw files ("YUV4MPEG2").
-std::string RawVideo(const std::vector<PlanarFrame>& frames);
+// Raw files ("YUV4MPEG2"); `scan` is p for progressive, t or b for the field that comes first.
+std::string RawVideo(const std::vector<PlanarFrame>& frames, char scan = 'p');
 std::vector<PlanarFrame> ParseRawVideo(const std::string& file);
 
-// A packet as it lies in a file.
+// Writes 4:2:0 frames losslessly, in the container that the ending of `path` names. Frame k is
+// shown at times[k] milliseconds. `options` are ffmpeg's.
+void WriteClip(const std::string& path, const std::vector<PlanarFrame>& frames,
+               const std::vector<int>& times, const std::string& options = "");
+
 struct StoredPacket {
   int64_t pts;  // in microseconds
   int64_t duration;
-  Bytes data;
+  std::string hash;  // of the content
   bool operator==(const StoredPacket&) const = default;
 };
-
 struct StoredVideo {
-  std::string codec;
-  std::string pixel_format;
-  int width = 0;
-  int height = 0;
-  int64_t length = 0;                // of the video in microseconds, 0 when the file does not tell
-  std::vector<StoredPacket> video;   // in the order of their times
-  std::vector<StoredPacket> audio;   // empty without audio
-  std::vector<PlanarFrame> decoded;  // 4:2:0 frames of the video
+  std::string kind;                 // "h264,300,yuv420p,progressive": with the width
+  int64_t length = 0;               // in microseconds
+  std::vector<StoredPacket> video;  // in the order of their times
+  std::vector<StoredPacket> audio;
 };
-
-struct ClipSettings {
-  // Frame k is shown at tick times[k] of 1/600 second.
-  std::vector<int64_t> times;
-  // Degrees by which a player turns the picture, clockwise.
-  int rotation = 0;
-  bool audio = false;
-};
-
-// Writes 4:2:0 frames losslessly (the samples come back as they are), in the container that the
-// ending of `path` names.
-void WriteClip(const std::string& path, const std::vector<PlanarFrame>& frames,
-               const ClipSettings& settings);
-// Reads a video of any kind; fails the test when it cannot.
 StoredVideo ReadClip(const std::string& path);
+std::vector<PlanarFrame> DecodeClip(const std::string& path);
 
 }  // namespace vantro::test
 

@@ -41,8 +41,7 @@ class Interrupt : public ProgramTest {
 
 TEST_F(Interrupt, KeepsWhatWasRendered) {
   constexpr int kFed = 60;
-  std::vector<PlanarFrame> frames;
-  for (unsigned i = 0; i < kFed; ++i) frames.push_back(NoiseFrame(64, 48, true, i % 4));
+  const auto frames = NoiseFrames(kFed, 64, 48);
   for (const int signal_number : {SIGINT, SIGTERM}) {
     SCOPED_TRACE(signal_number);
     const std::string output = "out" + std::to_string(signal_number) + ".mp4";
@@ -55,10 +54,8 @@ TEST_F(Interrupt, KeepsWhatWasRendered) {
     program.Signal(signal_number);
     EXPECT_EQ(program.Wait(), 128 + signal_number) << program.errors();
     ClosePipe();
-    const StoredVideo kept = ReadClip(Path(output));
-    EXPECT_GE(kept.video.size(), 20u);
-    EXPECT_LE(kept.video.size(), static_cast<size_t>(kFed));
-    EXPECT_EQ(kept.decoded.size(), kept.video.size());
+    const size_t kept = DecodeClip(Path(output)).size();
+    EXPECT_TRUE(kept >= 20 && kept <= kFed) << kept;
     EXPECT_EQ(Files().size(), signal_number == SIGINT ? 1u : 2u) << "only whole videos are left";
   }
 }

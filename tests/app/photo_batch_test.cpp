@@ -21,13 +21,6 @@ class PhotoBatch : public ProgramTest {
     for (uint8_t& sample : picture.samples) sample = static_cast<uint8_t>(random() >> 8);
     return picture;
   }
-  static void ExpectSaid(const Result& result, const std::vector<std::string>& parts) {
-    for (const std::string& part : parts) {
-      EXPECT_NE(result.errors.find(part), std::string::npos)
-          << "no \"" << part << "\" in: " << result.errors;
-    }
-    EXPECT_EQ(result.output, "");
-  }
 };
 
 // The workers don't disturb each other, and a bad picture none of the others.
@@ -43,7 +36,7 @@ TEST_F(PhotoBatch, RendersTheGoodOnesAmongTheBad) {
   WriteFile(Path("cut.png"), ReadFile(inputs[0]).substr(0, 3000));
   WriteFile(Path("text.jpg"), "not a picture");
   WriteFile(Path("empty.webp"), "");
-  WriteTestJpeg(Path("ink.jpg"), Noise(40, 40, 1, 4), {.h = 1, .v = 1, .cmyk = true});
+  WriteTestJpeg(Path("ink.jpg"), Noise(40, 40, 1, 4));
   create_directory(Path("folder.png"));
   const std::vector<std::string> bad = {"cut.jpg", "cut.png",    "text.jpg",   "empty.webp",
                                         "ink.jpg", "folder.png", "missing.jpg"};
@@ -53,10 +46,11 @@ TEST_F(PhotoBatch, RendersTheGoodOnesAmongTheBad) {
   arguments.push_back(Path("out/"));
   arguments.insert(arguments.end(), {"--jobs", "4"});
   const Result result = Photo(arguments);
-  EXPECT_EQ(result.status, 1);
-  ExpectSaid(result, {"15 pictures", "cut.jpg: damaged", "cut.png: ", "text.jpg: is not a JPEG",
-                      "empty.webp: the file is empty", "ink.jpg: is a CMYK",
-                      "folder.png: is a folder", "missing.jpg: no such file"});
+  ExpectFailure(result, 1,
+                {"15 pictures", "cut.jpg: damaged", "cut.png: ", "text.jpg: is not a JPEG",
+                 "empty.webp: the file is empty", "ink.jpg: is a CMYK", "folder.png: is a folder",
+                 "missing.jpg: no such file"},
+                Files());
   ASSERT_EQ(Files("out").size(), 8u);
 
   for (unsigned i = 0; i < 8; ++i) {
@@ -69,25 +63,23 @@ TEST_F(PhotoBatch, RendersTheGoodOnesAmongTheBad) {
 TEST_F(PhotoBatch, NamesOutputsAfterInputs) {
   WriteTestPng(Path("a.PNG"), Noise(20, 20, 1));
   WriteTestJpeg(Path("b.jpe"), Noise(20, 20, 2));
-  const bool heic = WriteTestHeic(Path("c.heic"), Noise(64, 64, 3));
   create_directory(Path("out"));
   std::vector<std::string> arguments = {Path("a.PNG"), Path("b.jpe")};
-  if (heic) arguments.push_back(Path("c.heic"));
+  std::vector<std::string> names = {"a.PNG", "b.jpe"};
+  std::vector<std::string> masks = {"a.png", "b.png"};
+  if (WriteTestHeic(Path("c.heic"), Noise(64, 64, 3))) {
+    arguments.push_back(Path("c.heic"));
+    names.push_back("c.jpg");
+    masks.push_back("c.png");
+  }
   arguments.insert(arguments.end(), {Path("out"), "--mask-out", Path("masks")});
   const Result result = Photo(arguments);
   EXPECT_EQ(result.status, 0) << result.errors;
-  std::vector<std::string> names = {"a.PNG", "b.jpe"};
-  std::vector<std::string> masks = {"a.png", "b.png"};
-  if (heic) names.push_back("c.jpg");
-  if (heic) masks.push_back("c.png");
   EXPECT_EQ(Files("out"), names);
   EXPECT_EQ(Files("masks"), masks);
   // The second time they are there already.
-  arguments.insert(arguments.begin(), Path("a.PNG"));
-  arguments.erase(arguments.begin());
-  const Result again = Photo(arguments);
-  EXPECT_EQ(again.status, 1);
-  ExpectSaid(again, {"a.PNG: exists already", "b.jpe: exists already", "--overwrite"});
+  ExpectFailure(Photo(arguments), 1,
+                {"a.PNG: exists already", "b.jpe: exists already", "--overwrite"}, Files());
   arguments.push_back("--overwrite");
   EXPECT_EQ(Photo(arguments).status, 0);
 }
@@ -119,13 +111,11 @@ TEST_F(PhotoBatch, RefusesWrongUsage) {
   const std::string in = Path("in.png");
   const std::string other = Path("other.png");
   create_directory(Path("sub"));
-  WriteTestPng(in, Noise(20, 20, 1));
-  WriteTestPng(other, Noise(20, 20, 1));
-  WriteTestPng(Path("sub/in.png"), Noise(20, 20, 1));
+  for (const std::string& path : {in, other, Path("sub/in.png")}) {
+    WriteTestPng(path, Noise(20, 20, 1));
+  }
   WriteFile(Path("in.jpg"), "");
-  WriteFile(Path("in.heic"), "");
   const std::string out = Path("out.png");
-  const auto files = Files();
   const struct {
     std::vector<std::string> arguments;
     std::string culprit;
@@ -133,34 +123,25 @@ TEST_F(PhotoBatch, RefusesWrongUsage) {
       {{}, "INPUT"},
       {{in}, "OUTPUT"},
       {{in, Path("out.gif")}, ".gif"},
-      {{in, Path("out.heic")}, ".heic"},
       {{in, Path("out")}, "out"},
       {{in, other, Path("in.jpg")}, "is no folder"},
       {{in, other, Path("new.jpg")}, "is no folder"},
       {{in, other, Path("sub"), "--mask-out", Path("m.png")}, "--mask-out"},
       {{in, Path("sub/in.png"), Path("out")}, "would both be written"},
       {{Path("in.jpg"), Path("in.heic"), Path("out")}, "would both be written"},
-      {{in, in, "--overwrite"}, "is an input, and"},
       {{in, Path("sub/../in.png"), "--overwrite"}, "is an input, and"},
       {{in, other, Path("."), "--overwrite"}, "is an input, and"},
       {{in, out, "--mask-out", in, "--overwrite"}, "is an input, and"},
-      {{in, out, "--mask-out", out}, "would both be written"},
+      {{in, out, "--mask-out", out}, "the mask of"},
       {{in, out, "--mask-out", Path("mask.jpg")}, "mask.jpg"},
       {{in, out, "--contact-sheet", Path("sheet.jpg")}, "sheet.jpg"},
       {{in, out, "--contact-sheet", out}, "would both be written"},
-      {{in, out, "--contact-sheet", in, "--overwrite"}, "is an input, and"},
       {{in, out, "--format", "rgb"}, "rgb"},
       {{in, out, "--jobs", "0"}, "--jobs"},
       {{in, out, "--jobs", "65"}, "--jobs"},
-      {{in, out, "--sepia"}, "--sepia"},
   };
-  for (const auto& usage : cases) {
-    SCOPED_TRACE(usage.culprit);
-    const Result result = Photo(usage.arguments);
-    EXPECT_EQ(result.status, 2) << result.errors;
-    ExpectSaid(result, {usage.culprit});
-    EXPECT_EQ(Files(), files);
-  }
+  for (const auto& usage : cases)
+    ExpectFailure(Photo(usage.arguments), 2, {usage.culprit}, Files());
 }
 
 TEST_F(PhotoBatch, LeavesNothingHalfWritten) {
@@ -169,29 +150,24 @@ TEST_F(PhotoBatch, LeavesNothingHalfWritten) {
   WriteFile(Path("kept.png"), "kept");
   const auto files = Files();
   for (const std::string& output : {Path("kept.png"), Path("new.jpg"), Path("new.webp")}) {
-    SCOPED_TRACE(output);
-    const Result full = Photo({in, output, "--overwrite"}, "/dev/null", 2000);
-    EXPECT_EQ(full.status, 1);
-    ExpectSaid(full, {output});
-    EXPECT_EQ(Files(), files);
+    ExpectFailure(Photo({in, output, "--overwrite"}, "/dev/null", 2000), 1, {output}, files);
   }
   EXPECT_EQ(ReadFile(Path("kept.png")), "kept");
-  EXPECT_EQ(Photo({in, Path("no/out.png")}).status, 1);
-  const Result no_engine = Run({"photo", in, Path("out.png"), "--engine", Path("missing.so")});
-  EXPECT_EQ(no_engine.status, 1);
-  ExpectSaid(no_engine, {"--engine", "missing.so"});
-  EXPECT_EQ(Files(), files);
+  ExpectFailure(Photo({in, Path("no/out.png")}), 1, {"no/out.png", "folder"}, files);
+  ExpectFailure(Run({"photo", in, Path("out.png"), "--engine", Path("missing.so")}), 1,
+                {"--engine", "missing.so"}, files);
 }
 
 // Whatever a file holds, the program ends by itself, having rendered it or said why not.
 TEST_F(PhotoBatch, SurvivesDamagedFiles) {
-  const PictureExtras extras = {MakeProfile(), MakeExif({6, 33, 21, "note", "thumbnail"}, true)};
-  const TestPicture picture = Noise(33, 21, 4);
-  WriteTestJpeg(Path("a.jpg"), picture, {}, extras);
-  WriteTestJpeg(Path("p.jpg"), picture, {.h = 1, .v = 1, .progressive = true}, extras);
-  WriteTestPng(Path("b.png"), picture, extras, true);
-  WriteTestWebp(Path("c.webp"), picture, extras);
-  WriteTestHeic(Path("d.heic"), Noise(64, 64, 3), extras);
+  TestPicture picture = Noise(33, 21, 3);
+  picture.icc = MakeProfile(600);
+  picture.exif = MakeExif({.orientation = 6, .width = 33, .height = 21});
+  WriteTestJpeg(Path("a.jpg"), picture);
+  WriteTestJpeg(Path("p.jpg"), picture, true);
+  WriteTestPng(Path("b.png"), picture, true);
+  WriteTestWebp(Path("c.webp"), picture);
+  WriteTestHeic(Path("d.heic"), picture);
   create_directory(Path("bad"));
   std::minstd_rand random(5);
   std::vector<std::string> arguments;

@@ -4,54 +4,64 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "tests/app/picture_extras.h"
+#include "tests/app/clip.h"  // Bytes
 
 namespace vantro::test {
 
-// Eight-bit samples, rows without gaps; 1 grey, 2 grey and alpha, 3 red, green, blue, 4 with alpha.
+// Eight-bit samples, rows without gaps; 1 grey, 2 grey and alpha, 3 red, green, blue, 4 with alpha
+// (of a JPEG file cyan, magenta, yellow, black).
 struct TestPicture {
   TestPicture() = default;
   TestPicture(int picture_width, int picture_height, int picture_channels)
-      : width(picture_width), height(picture_height), channels(picture_channels) {
-    samples.resize(static_cast<size_t>(width) * static_cast<size_t>(height) *
-                   static_cast<size_t>(channels));
-  }
-  uint8_t* at(int x, int y) {
-    return &samples[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) *
-                    static_cast<size_t>(channels)];
-  }
+      : width(picture_width),
+        height(picture_height),
+        channels(picture_channels),
+        samples(static_cast<size_t>(width * height * channels)) {}
+  uint8_t* at(int x, int y) { return &samples[static_cast<size_t>((y * width + x) * channels)]; }
   const uint8_t* at(int x, int y) const { return const_cast<TestPicture*>(this)->at(x, y); }
-  bool operator==(const TestPicture&) const = default;
+  bool same_samples(const TestPicture& other) const {
+    return std::pair(width, channels) == std::pair(other.width, other.channels) &&
+           samples == other.samples;
+  }
 
   int width = 0;
   int height = 0;
   int channels = 0;
   Bytes samples;
+  Bytes icc;                              // colour profile
+  Bytes exif;                             // the TIFF structure
+  int gamma = 0;                          // of a PNG file without a profile
+  std::pair<int, int> sampling = {2, 2};  // of a JPEG file's luma, across and down
 };
 
 // The picture that a file of this Exif orientation (1 to 8) stores, so that viewers show `upright`.
 TestPicture StoredLike(const TestPicture& upright, int orientation);
-
-// Chroma resolution of a JPEG file as libjpeg's sampling factors of the luma.
-struct JpegKind {
-  int h = 2;
-  int v = 2;
-  bool progressive = false;
-  bool cmyk = false;
+// A profile that libraries accept for RGB (or for grey) pictures, of this size or a little more.
+Bytes MakeProfile(size_t size, bool grey = false);
+// Orientation, sizes, a private note and a thumbnail, each as text; big or little endian.
+struct ExifContent {
+  int orientation = 1;
+  int width = 0;
+  int height = 0;
+  bool big_endian = false;
+  std::string note{"maker's private\0bytes", 21};
+  std::string thumbnail = "THUMBNAIL";
 };
-void WriteTestJpeg(const std::string& path, const TestPicture& picture, const JpegKind& kind = {},
-                   const PictureExtras& extras = {});
-void WriteTestPng(const std::string& path, const TestPicture& picture,
-                  const PictureExtras& extras = {}, bool interlaced = false);
-void WriteTestWebp(const std::string& path, const TestPicture& picture,
-                   const PictureExtras& extras = {});
-// False when this libheif has no encoder.
-bool WriteTestHeic(const std::string& path, const TestPicture& picture,
-                   const PictureExtras& extras = {});
+Bytes MakeExif(const ExifContent& content);
+// The block as it should be for an upright picture of this size: everything else as it was, but for
+// the thumbnail.
+Bytes UprightExif(const ExifContent& content, int width, int height);
 
-// Any of JPEG, PNG, WebP; the number of channels is the file's.
+void WriteTestJpeg(const std::string& path, const TestPicture& picture, bool progressive = false);
+void WriteTestPng(const std::string& path, const TestPicture& picture, bool interlaced = false);
+void WriteTestWebp(const std::string& path, const TestPicture& picture);
+// False when this libheif has no encoder.
+bool WriteTestHeic(const std::string& path, const TestPicture& picture);
+
+// Any of JPEG, PNG, WebP; the number of channels is the file's. Empty when the file is damaged.
 TestPicture ReadPicture(const std::string& path);
 
 }  // namespace vantro::test

@@ -95,18 +95,24 @@ ProgramTest::Result ProgramTest::Run(std::vector<std::string> arguments, const s
   return result;
 }
 
-ProgramTest::Result ProgramTest::Video(std::vector<std::string> arguments, const std::string& input,
-                                       int64_t largest_file) {
-  arguments.insert(arguments.begin(), "video");
+ProgramTest::Result ProgramTest::Scripted(const std::string& command,
+                                          std::vector<std::string> arguments,
+                                          const std::string& input, int64_t largest_file) {
+  arguments.insert(arguments.begin(), command);
   arguments.insert(arguments.end(), {"--engine", VANTRO_SCRIPTED_ENGINE});
   return Run(std::move(arguments), input, largest_file);
 }
 
-ProgramTest::Result ProgramTest::Photo(std::vector<std::string> arguments, const std::string& input,
-                                       int64_t largest_file) {
-  arguments.insert(arguments.begin(), "photo");
-  arguments.insert(arguments.end(), {"--engine", VANTRO_SCRIPTED_ENGINE});
-  return Run(std::move(arguments), input, largest_file);
+void ProgramTest::ExpectFailure(const Result& result, int status,
+                                const std::vector<std::string>& parts,
+                                const std::vector<std::string>& files) const {
+  EXPECT_EQ(result.status, status) << result.errors;
+  for (const std::string& part : parts) {
+    EXPECT_NE(result.errors.find(part), std::string::npos)
+        << "no \"" << part << "\" in: " << result.errors;
+  }
+  EXPECT_EQ(result.output, "");
+  EXPECT_EQ(Files(), files);
 }
 
 std::vector<std::string> ProgramTest::Files(const std::string& inside) const {

@@ -55,15 +55,26 @@ class ProgramTest : public ::testing::Test {
   Result Run(std::vector<std::string> arguments, const std::string& input = "/dev/null",
              int64_t largest_file = 0);
   // "vantro video ARGUMENTS... --engine" with the scripted engine.
-  Result Video(std::vector<std::string> arguments, const std::string& input = "/dev/null",
-               int64_t largest_file = 0);
+  Result Video(const std::vector<std::string>& arguments, const std::string& input = "/dev/null",
+               int64_t largest_file = 0) {
+    return Scripted("video", arguments, input, largest_file);
+  }
   // The same for "vantro photo".
-  Result Photo(std::vector<std::string> arguments, const std::string& input = "/dev/null",
-               int64_t largest_file = 0);
+  Result Photo(const std::vector<std::string>& arguments, const std::string& input = "/dev/null",
+               int64_t largest_file = 0) {
+    return Scripted("photo", arguments, input, largest_file);
+  }
+  // The run ended with `status`, said each of `parts`, and left the folder with these files.
+  void ExpectFailure(const Result& result, int status, const std::vector<std::string>& parts,
+                     const std::vector<std::string>& files) const;
   // The names in the folder, or in one inside it, sorted.
   std::vector<std::string> Files(const std::string& inside = ".") const;
 
   std::filesystem::path folder_;
+
+ private:
+  Result Scripted(const std::string& command, std::vector<std::string> arguments,
+                  const std::string& input, int64_t largest_file);
 };
 
 std::string ReadFile(const std::string& path);
