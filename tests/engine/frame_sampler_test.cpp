@@ -150,20 +150,5 @@ TEST(FrameSampler, FollowsTheGeometryOfTheFrame) {
   }
 }
 
-TEST(FrameSampler, RefusesWhatIsNoFrame) {
-  const uint8_t byte = 0;
-  EXPECT_TRUE((FrameView{&byte, VANTRO_FORMAT_NV21, 32767, 32767, 32767}.valid()));
-  EXPECT_FALSE((FrameView{nullptr, VANTRO_FORMAT_NV21, 64, 48, 64}.valid()));
-  EXPECT_FALSE((FrameView{&byte, VANTRO_FORMAT_NV21, 64, 48, 63}.valid()));
-  EXPECT_FALSE((FrameView{&byte, VANTRO_FORMAT_NV21, 64, 48, -64}.valid()));
-  EXPECT_FALSE((FrameView{&byte, VANTRO_FORMAT_NV21, 1, 48, 64}.valid()));
-  EXPECT_FALSE((FrameView{&byte, VANTRO_FORMAT_NV21, 64, 1, 64}.valid()));
-  EXPECT_FALSE((FrameView{&byte, VANTRO_FORMAT_NV21, -64, 48, 64}.valid()));
-  EXPECT_FALSE((FrameView{&byte, VANTRO_FORMAT_NV21, 32768, 48, 32768}.valid()));
-  for (const int format : {2, 3, 5, 255}) {
-    EXPECT_FALSE((FrameView{&byte, format, 64, 48, 64}.valid())) << format;
-  }
-}
-
 }  // namespace
 }  // namespace vantro::test

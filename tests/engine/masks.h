@@ -27,7 +27,6 @@ double Overlap(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b);
 
 // The 256x256 mask over a whole picture of the sample media, by the picture's file name.
 std::vector<uint8_t> LoadReferenceMask(const std::string& picture);
-void SaveReferenceMask(const std::string& picture, const std::vector<uint8_t>& mask);
 
 }  // namespace vantro::test
 
