@@ -1,6 +1,5 @@
 // The float box filter and guided filter against their definitions.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -134,11 +133,8 @@ TEST(BoxFilter, OneBlockAndWhatIsRefused) {
     EXPECT_EQ(heap.sizes().front(), (5 + 12) * sizeof(float));
   }
   EXPECT_EQ(boxfilter_iter_f(nullptr, nullptr, dst.data(), 3, 3, 4, 2), 1);
-  EXPECT_EQ(boxfilter_iter_f(nullptr, src.data(), nullptr, 3, 3, 4, 2), 1);
-  EXPECT_EQ(boxfilter_iter_f(nullptr, src.data(), dst.data(), 3, 3, 2, 2), 1);
   EXPECT_EQ(boxfilter_iter_f(nullptr, src.data(), dst.data(), 3, 3, 4, -1), 1);
   EXPECT_EQ(boxfilter_iter_f(nullptr, src.data(), dst.data(), 0, 3, 4, 2), 0);
-  EXPECT_EQ(boxfilter_iter_f(nullptr, src.data(), dst.data(), 3, INT32_MIN, 4, 2), 0);
   EXPECT_EQ(dst, Floats(12, -7.0f));
 }
 
@@ -219,17 +215,6 @@ TEST(GuidedFilterFloat, EveryFailedAllocationIsLoggedAndNothingIsWritten) {
     EXPECT_EQ(log.lines(), expected);
     EXPECT_EQ(output, Floats(20, -7.0f));
   }
-  LogCapture log;
-  Floats output(20, -7.0f);
-  guidedfilter_f(nullptr, nullptr, guide.data(), input.data(), 4, 4, 5, 1, 1.0f);
-  guidedfilter_f(nullptr, output.data(), nullptr, input.data(), 4, 4, 5, 1, 1.0f);
-  guidedfilter_f(nullptr, output.data(), guide.data(), nullptr, 4, 4, 5, 1, 1.0f);
-  guidedfilter_f(nullptr, output.data(), guide.data(), input.data(), 4, 4, 3, 1, 1.0f);
-  guidedfilter_f(nullptr, output.data(), guide.data(), input.data(), 4, 4, 5, -1, 1.0f);
-  guidedfilter_f(nullptr, output.data(), guide.data(), input.data(), 0, 4, 5, 1, 1.0f);
-  guidedfilter_f(nullptr, output.data(), guide.data(), input.data(), 4, -1, 5, 1, 1.0f);
-  EXPECT_TRUE(log.lines().empty());
-  EXPECT_EQ(output, Floats(20, -7.0f));
 }
 
 }  // namespace

@@ -1,26 +1,12 @@
-// Sizes of the geometry resizers, and their double-precision sampling, one pixel at a time.
+// Double-precision sampling of the geometry resizers, one pixel at a time.
 #ifndef VANTRO_TESTS_IMAGE_DOUBLE_REFERENCE_H_
 #define VANTRO_TESTS_IMAGE_DOUBLE_REFERENCE_H_
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <ostream>
 
 namespace vantro::test {
-
-struct Sizes {
-  int src_width;
-  int src_height;
-  int src_stride;
-  int dst_width;
-  int dst_height;
-};
-
-inline std::ostream& operator<<(std::ostream& out, const Sizes& s) {
-  return out << s.src_width << "/" << s.src_stride << "x" << s.src_height << " to " << s.dst_width
-             << "x" << s.dst_height;
-}
 
 struct Plane {
   const uint8_t* data;

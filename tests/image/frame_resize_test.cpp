@@ -16,57 +16,45 @@ constexpr char kBegin[] = "ResizeUcharChl Plimra_Process_ResizeUcharChlY_begin "
 
 using FrameResize = void (*)(const unsigned char*, unsigned char*, int, int, int, int, int);
 
-size_t SemiPlanarSize(int stride, int height) { return Area(stride, height + height / 2); }
-
-TEST(FrameResize, HalvingASemiPlanarFrameTakesTheFirstSampleOfEachBlock) {
+TEST(FrameResize, SemiPlanarFramesAreHalvedByBlocksAndResizedByChannels) {
   Random random(1);
-  for (const auto& [width, height] : {std::pair{2, 2}, {8, 4}, {66, 20}, {38, 6}, {6, 2}}) {
-    const int stride = width + random.Int(0, 3);
-    const int dst_width = width / 2, dst_height = height / 2;
-    const Bytes src = random.Noise(SemiPlanarSize(stride, height));
-    Bytes expected(SemiPlanarSize(dst_width, dst_height), 0x55);
-    for (int y = 0; y < dst_height; ++y) {
-      for (int x = 0; x < dst_width; ++x) {
-        expected[Area(dst_width, y) + static_cast<size_t>(x)] =
-            src[Area(stride, 2 * y) + static_cast<size_t>(2 * x)];
-      }
-    }
-    for (int y = 0; y < dst_height / 2; ++y) {
-      for (int x = 0; x < dst_width / 2 * 2; ++x) {
-        expected[Area(dst_width, dst_height + y) + static_cast<size_t>(x)] =
-            src[Area(stride, height + 2 * y) + static_cast<size_t>(x / 2 * 4 + x % 2)];
-      }
-    }
-    for (FrameResize resize : {&ResizeUcharNV21, &ResizeUcharNV12}) {
-      Guarded<uint8_t> from(src);
-      Guarded<uint8_t> to(Bytes(expected.size(), 0x55));
-      resize(from.get(), to.get(), width, stride, height, dst_width, dst_height);
-      EXPECT_TRUE(SamePlanes(to.values(), expected, dst_width)) << width << "x" << height;
-    }
-  }
-}
-
-TEST(FrameResize, SemiPlanarFramesAreResizedChannelByChannel) {
-  Random random(2);
-  for (int i = 0; i < 40; ++i) {
-    const int width = random.Int(1, 40), height = random.Int(1, 20);
-    const int stride = width + random.Int(0, 3);
-    const int dst_width = random.Int(1, 40), dst_height = random.Int(1, 20);
-    if (width == 2 * dst_width && height == 2 * dst_height) continue;
-    const Bytes src = random.Noise(SemiPlanarSize(stride, height));
-    const Bytes before = random.Noise(SemiPlanarSize(dst_width, dst_height));
+  for (int i = 0; i < 60; ++i) {
+    Sizes s = {0, 0, 0, random.Int(1, 40), random.Int(1, 20)};
+    const bool halves = i % 3 == 0;
+    s.src_width = halves ? 2 * s.dst_width : random.Int(1, 40);
+    s.src_height = halves ? 2 * s.dst_height : random.Int(1, 20);
+    if (!halves && s.src_width == 2 * s.dst_width && s.src_height == 2 * s.dst_height) continue;
+    s.src_stride = s.src_width + random.Int(0, 3);
+    SCOPED_TRACE(s);
+    const Bytes src = random.Noise(s.src_frame());
+    const Bytes before = random.Noise(s.dst_frame());
     Bytes expected = before;
-    ResizeUcharChl(src.data(), expected.data(), width, stride, height, dst_width, dst_height, 1);
-    for (size_t channel : {0u, 1u}) {
-      ResizeUcharChl(src.data() + Area(stride, height) + channel,
-                     expected.data() + Area(dst_width, dst_height) + channel, width / 2, stride / 2,
-                     height / 2, dst_width / 2, dst_height / 2, 2);
+    const size_t src_luma = Area(s.src_stride, s.src_height);
+    const size_t dst_luma = Area(s.dst_width, s.dst_height);
+    for (int y = 0; halves && y < s.dst_height; ++y) {
+      for (int x = 0; x < s.dst_width; ++x) {
+        expected[Area(s.dst_width, y) + static_cast<size_t>(x)] =
+            src[Area(s.src_stride, 2 * y) + static_cast<size_t>(2 * x)];
+        if (y >= s.dst_height / 2 || x >= s.dst_width / 2 * 2) continue;
+        expected[dst_luma + Area(s.dst_width, y) + static_cast<size_t>(x)] =
+            src[src_luma + Area(s.src_stride, 2 * y) + static_cast<size_t>(x / 2 * 4 + x % 2)];
+      }
+    }
+    if (!halves) {
+      ResizeUcharChl(src.data(), expected.data(), s.src_width, s.src_stride, s.src_height,
+                     s.dst_width, s.dst_height, 1);
+      for (size_t channel : {0u, 1u}) {
+        ResizeUcharChl(src.data() + src_luma + channel, expected.data() + dst_luma + channel,
+                       s.src_width / 2, s.src_stride / 2, s.src_height / 2, s.dst_width / 2,
+                       s.dst_height / 2, 2);
+      }
     }
     for (FrameResize resize : {&ResizeUcharNV21, &ResizeUcharNV12}) {
       Guarded<uint8_t> from(src);
       Guarded<uint8_t> to(before);
-      resize(from.get(), to.get(), width, stride, height, dst_width, dst_height);
-      EXPECT_TRUE(SamePlanes(to.values(), expected, dst_width));
+      resize(from.get(), to.get(), s.src_width, s.src_stride, s.src_height, s.dst_width,
+             s.dst_height);
+      EXPECT_TRUE(SamePlanes(to.values(), expected, s.dst_width));
     }
   }
 }
@@ -134,25 +122,11 @@ TEST(FrameResize, NullFramesReachNoPlane) {
     resize(bytes.data(), nullptr, 4, 4, 4, 2, 2);
     EXPECT_TRUE(log.lines().empty());
   }
+  // Halving needs a source of twice the size, and rows that do not overlap.
+  ResizeUcharHalfSemiPlanar(bytes.data(), bytes.data(), 4, 4, 2, 3, 4, 2);
+  ResizeUcharHalfSemiPlanar(bytes.data(), bytes.data(), 4, 4, 3, 2, 4, 3);
+  ResizeUcharHalfSemiPlanar(bytes.data(), bytes.data(), 4, 4, 2, 2, 4, 1);
   EXPECT_EQ(bytes, Bytes(64, 7));
-}
-
-TEST(FrameResize, HalvingNeedsASourceOfTwiceTheSize) {
-  const Bytes src(4 * 6, 1);
-  Bytes dst(24, 7);
-  ResizeUcharHalfSemiPlanar(src.data(), dst.data(), 4, 4, 2, 3, 4, 2);  // too few rows
-  ResizeUcharHalfSemiPlanar(src.data(), dst.data(), 4, 4, 3, 2, 4, 3);  // too few columns
-  ResizeUcharHalfSemiPlanar(src.data(), dst.data(), 4, 4, 2, 2, 4, 1);  // rows overlap
-  ResizeUcharHalfSemiPlanar(src.data(), dst.data(), 4, 4, 0, 2, 4, 2);
-  EXPECT_EQ(dst, Bytes(24, 7));
-}
-
-TEST(PlaneDoubling, AveragesRightLowerAndDiagonalNeighbours) {
-  const Bytes src = {10, 20, 30, 40};
-  Bytes dst(16);
-  ResizeUchar_upScale2x2(src.data(), dst.data(), 2, 2, 4, 4);
-  EXPECT_THAT(dst, testing::ElementsAre(10, 15, 10, 15, 20, 25, 20, 25,  //
-                                        10, 15, 10, 15, 20, 25, 20, 25));
 }
 
 TEST(PlaneDoubling, EqualsTheBlockRuleAtEverySize) {

@@ -182,32 +182,28 @@ TEST_F(GuidedFilterFixed, EqualsItsDefinition) {
 
     // A work area of any alignment receives the planes of a and b.
     const size_t area = Area(g.half_width(), g.half_height());
-    for (const size_t offset : {0u, 1u}) {
-      Guarded<uint8_t> work(Bytes(4 * area + offset));
-      std::fill(to.get(), to.get() + before.size(), static_cast<signed char>(33));
-      guided_filter_fast_detail_optm2(from.get(), input.data(), g.width, g.height, radius, eps_q,
-                                      shift, to.get(), g.stride, work.get() + offset);
-      EXPECT_TRUE(SamePlanes(to.values(), expected.output, g.stride));
-      std::vector<int16_t> planes(2 * area);
-      std::memcpy(planes.data(), work.get() + offset, 4 * area);
-      EXPECT_TRUE(std::equal(expected.a.values.begin(), expected.a.values.end(), planes.begin()));
-      EXPECT_TRUE(std::equal(expected.b.values.begin(), expected.b.values.end(),
-                             planes.begin() + static_cast<ptrdiff_t>(area)));
-    }
+    Guarded<uint8_t> work(Bytes(4 * area + 1));
+    std::fill(to.get(), to.get() + before.size(), static_cast<signed char>(33));
+    guided_filter_fast_detail_optm2(from.get(), input.data(), g.width, g.height, radius, eps_q,
+                                    shift, to.get(), g.stride, work.get() + 1);
+    EXPECT_TRUE(SamePlanes(to.values(), expected.output, g.stride));
+    std::vector<int16_t> planes(2 * area);
+    std::memcpy(planes.data(), work.get() + 1, 4 * area);
+    EXPECT_TRUE(std::equal(expected.a.values.begin(), expected.a.values.end(), planes.begin()));
+    EXPECT_TRUE(std::equal(expected.b.values.begin(), expected.b.values.end(),
+                           planes.begin() + static_cast<ptrdiff_t>(area)));
   }
 }
 
 TEST_F(GuidedFilterFixed, EpsBecomesAQuotientAndAShift) {
   Random random(2);
-  const Geometry g = {24, 16, 25, 4};
-  const Bytes guide = random.Noise(Area(g.stride, g.height));
-  const Bytes input = random.Noise(guide.size());
+  const Bytes guide = random.Noise(24 * 16), input = random.Noise(guide.size());
   SignedBytes centred;
   for (uint8_t byte : input) centred.push_back(static_cast<signed char>(byte - 128));
   struct Case {
     float eps;
     int quotient;
-    int shift;
+    signed char shift;
   };
   for (const Case& c : {Case{0.25f, 2, 3},
                         {1.0f, 2, 1},
@@ -220,50 +216,44 @@ TEST_F(GuidedFilterFixed, EpsBecomesAQuotientAndAShift) {
                         {-0.5f, -16777216, 26},
                         {std::numeric_limits<float>::quiet_NaN(), 0, 26}}) {
     SCOPED_TRACE(c.eps);
-    const SignedBytes filtered =
-        Filter(guide, centred, g, c.quotient, c.shift, SignedBytes(guide.size())).output;
-    Bytes expected(guide.size(), 0x77);
-    for (int y = 0; y < g.height; ++y) {
-      for (int x = 0; x < g.width; ++x) {
-        const size_t at = Area(g.stride, y) + static_cast<size_t>(x);
-        expected[at] = static_cast<uint8_t>(filtered[at] + 128);
-      }
-    }
-    Bytes output(guide.size(), 0x77);
-    EXPECT_EQ(guide_filter_acc(guide.data(), input.data(), g.width, g.height, 4, c.eps,
-                               output.data(), g.stride, nullptr),
-              0);
-    EXPECT_TRUE(SamePlanes(output, expected, g.stride));
+    SignedBytes filtered(guide.size());
+    guided_filter_fast_detail_optm2(guide.data(), centred.data(), 24, 16, 4, c.quotient, c.shift,
+                                    filtered.data(), 24, nullptr);
+    Bytes expected;
+    for (signed char value : filtered) expected.push_back(static_cast<uint8_t>(value + 128));
+    Bytes output(guide.size());
+    EXPECT_EQ(
+        guide_filter_acc(guide.data(), input.data(), 24, 16, 4, c.eps, output.data(), 24, nullptr),
+        0);
+    EXPECT_TRUE(SamePlanes(output, expected, 24));
   }
 }
 
 TEST_F(GuidedFilterFixed, BadParametersAreLogged) {
   const Bytes guide(900, 100);
-  const SignedBytes input(900, 5);
-  SignedBytes output(900, 33);
+  SignedBytes values(900, 33);
   const LogLine refused = {6, kTag, "Parameters Error!"};
-  const auto expect_refused = [&](const uint8_t* i, const signed char* p, int width, int height,
-                                  uint8_t radius, signed char shift, signed char* q, int stride) {
+  const auto expect_refused = [&](int width, int height, uint8_t radius, int stride,
+                                  signed char shift = 3, int missing = 0) {
     LogCapture log;
     EXPECT_EQ(
-        guided_filter_fast_detail_optm2(i, p, width, height, radius, 2, shift, q, stride, nullptr),
+        guided_filter_fast_detail_optm2(
+            missing == 1 ? nullptr : guide.data(), missing == 2 ? nullptr : values.data(), width,
+            height, radius, 2, shift, missing == 3 ? nullptr : values.data(), stride, nullptr),
         2000);
     EXPECT_THAT(log.lines(), testing::ElementsAre(refused));
   };
-  signed char* const q = output.data();
-  expect_refused(nullptr, input.data(), 30, 30, 2, 3, q, 30);
-  expect_refused(guide.data(), nullptr, 30, 30, 2, 3, q, 30);
-  expect_refused(guide.data(), input.data(), 30, 30, 2, 3, nullptr, 30);
-  expect_refused(guide.data(), input.data(), 7, 30, 4, 3, q, 30);
-  expect_refused(guide.data(), input.data(), 30, 7, 4, 3, q, 30);
-  expect_refused(guide.data(), input.data(), 30, 30, 11, 3, q, 30);
-  expect_refused(guide.data(), input.data(), 30, 30, 2, -1, q, 30);
-  expect_refused(guide.data(), input.data(), 30, 30, 2, 3, q, 29);
+  for (int missing : {1, 2, 3}) expect_refused(30, 30, 2, 30, 3, missing);
+  expect_refused(7, 30, 4, 30);
+  expect_refused(30, 7, 4, 30);
+  expect_refused(30, 30, 11, 30);
+  expect_refused(30, 30, 2, 30, -1);
+  expect_refused(30, 30, 2, 29);
   for (int bad : {0, -1, INT32_MIN}) {
-    expect_refused(guide.data(), input.data(), bad, 30, 0, 3, q, 30);
-    expect_refused(guide.data(), input.data(), 30, bad, 0, 3, q, 30);
+    expect_refused(bad, 30, 0, 30);
+    expect_refused(30, bad, 0, 30);
   }
-  EXPECT_EQ(output, SignedBytes(900, 33));
+  EXPECT_EQ(values, SignedBytes(900, 33));
 
   // The outer filter goes on with what is left.
   const LogLine failed = {6, kTag, "guided_filter_fast_detail_optm1  failed\n"};

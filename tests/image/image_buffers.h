@@ -1,4 +1,4 @@
-// Random pictures in guarded memory.
+// Random pictures in guarded memory, and resizers on them at every vector level.
 #ifndef VANTRO_TESTS_IMAGE_IMAGE_BUFFERS_H_
 #define VANTRO_TESTS_IMAGE_IMAGE_BUFFERS_H_
 
@@ -8,11 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
+#include <ostream>
 #include <random>
 #include <vector>
 
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/simd_levels.h"
 
 namespace vantro::test {
 
@@ -77,6 +78,34 @@ testing::AssertionResult SamePlanes(const std::vector<T>& actual, const std::vec
            << i % static_cast<size_t>(pitch) << ": " << +actual[i] << ", not " << +expected[i];
   }
   return testing::AssertionSuccess();
+}
+
+// Calls run(src, dst) at every vector level, on a destination of `before`.
+template <typename Run>
+void ExpectPlane(const Bytes& src, const Bytes& before, const Bytes& expected, int pitch,
+                 const Run& run) {
+  AtEverySimdLevel([&] {
+    Guarded<uint8_t> from(src);
+    Guarded<uint8_t> to(before);
+    run(from.get(), to.get());
+    EXPECT_TRUE(SamePlanes(to.values(), expected, pitch));
+  });
+}
+
+struct Sizes {
+  int src_width;
+  int src_height;
+  int src_stride;
+  int dst_width;
+  int dst_height;
+
+  size_t src_frame() const { return Area(src_stride, src_height + src_height / 2); }
+  size_t dst_frame() const { return Area(dst_width, dst_height + dst_height / 2); }
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Sizes& s) {
+  return out << s.src_width << "/" << s.src_stride << "x" << s.src_height << " to " << s.dst_width
+             << "x" << s.dst_height;
 }
 
 }  // namespace vantro::test
