@@ -35,15 +35,15 @@ int64_t ClampToAxis(float position, int size) {
 }
 
 // The pixels that the box, in fractions of the field, touches. What is outside the field is left
-// out; a box that is inverted or not a number has none.
+// out; a box that is inverted by a pixel or not a number has none.
 Region MeasuredRegion(int width, int height, float x0, float y0, float x1, float y1) {
   const float w = static_cast<float>(width);
   const float h = static_cast<float>(height);
   const Region region = {
       ClampToAxis(std::floor(w * x0), width), ClampToAxis(std::ceil(w * x1), width),
       ClampToAxis(std::floor(h * y0), height), ClampToAxis(std::ceil(h * y1), height)};
-  const bool has_area = x0 <= x1 && y0 <= y1 && region.c0 < region.c1 && region.r0 < region.r1;
-  return has_area ? region : Region{0, 0, 0, 0};
+  const bool is_box = !std::isnan(x0) && !std::isnan(y0);
+  return is_box && region.c0 < region.c1 && region.r0 < region.r1 ? region : Region{0, 0, 0, 0};
 }
 
 // Sums of absolute values of two lists, each added in its own order; side by side, because one

@@ -219,7 +219,9 @@ TEST(CompareOpticalFlow, MeasuresThePartOfTheBoxThatTheFieldHas) {
                         Case{{0.31f, 0.47f, 0.33f, 0.49f}, 21, 24, 23, 25},
                         Case{{0, 0, 1, 1}, 0, 70, 0, 50}, Case{{-4, 0.5f, 0.1f, 8}, 0, 7, 25, 50},
                         Case{{-kHuge, -kInfinity, kHuge, kInfinity}, 0, 70, 0, 50},
-                        Case{{0.98f, -1, 1e9f, 0.01f}, 68, 70, 0, 1}}) {
+                        Case{{0.98f, -1, 1e9f, 0.01f}, 68, 70, 0, 1},
+                        // Inverted within one column.
+                        Case{{0.309f, 0.2f, 0.301f, 0.9f}, 21, 22, 10, 45}}) {
     float sum = 0;
     for (const Floats* plane : {&flow.dx, &flow.dy}) {
       for (int a = c.c0; a < c.c1; ++a) {
