@@ -1,66 +1,76 @@
 // Bounded copies and fills beside memcpy and memset of the same bytes. Under 256 bytes an iteration
-// is a call; the lengths come from a table, as they do in the library, so that the C functions are
-// called and not expanded.
-#include <benchmark/benchmark.h>
-
-#include <cstdint>
+// is a call; the lengths are hidden from the compiler, so that the C functions are called and not
+// expanded.
 #include <cstring>
-#include <vector>
 
+#include "bench/support/operation.h"
 #include "vantro/bounded.h"
 
+namespace vantro::bench {
 namespace {
 
-int PlainCopy(void* dest, size_t, const void* src, size_t count) {
-  std::memcpy(dest, src, count);
-  return 0;
+using CopyFunction = int (*)(void*, size_t, const void*, size_t);
+using FillFunction = int (*)(void*, size_t, int, size_t);
+
+std::string Bytes(size_t count) { return std::to_string(count) + " bytes"; }
+
+auto Copying(size_t count, CopyFunction copy) {
+  return [=] {
+    return [=, src = NoiseBuffer(count), dst = std::vector<uint8_t>(count)]() mutable {
+      size_t length = count;
+      benchmark::DoNotOptimize(length);
+      benchmark::DoNotOptimize(copy(dst.data(), count, src.data(), length));
+    };
+  };
 }
 
-int PlainFill(void* dest, size_t, int value, size_t count) {
-  std::memset(dest, value, count);
-  return 0;
+auto Filling(size_t count, FillFunction fill) {
+  return [=] {
+    return [=, dst = std::vector<uint8_t>(count)]() mutable {
+      size_t length = count;
+      benchmark::DoNotOptimize(length);
+      benchmark::DoNotOptimize(fill(dst.data(), count, 0, length));
+    };
+  };
 }
 
-template <auto kCopy>
-void Copy(benchmark::State& state) {
-  const auto count = static_cast<size_t>(state.range(0));
-  std::vector<uint8_t> src(count, 1);
-  std::vector<uint8_t> dest(count);
-  for (auto _ : state) {
-    size_t length = count;
-    benchmark::DoNotOptimize(length);
-    benchmark::DoNotOptimize(kCopy(dest.data(), count, src.data(), length));
-    benchmark::ClobberMemory();
+void AddMemoryFunctions(size_t count) {
+  const std::string shape = Bytes(count);
+  const CopyFunction plain_copy = [](void* dst, size_t, const void* src, size_t length) {
+    std::memcpy(dst, src, length);
+    return 0;
+  };
+  const FillFunction plain_fill = [](void* dst, size_t, int value, size_t length) {
+    std::memset(dst, value, length);
+    return 0;
+  };
+  for (const auto& [name, copy] : {std::pair{"memcpy_s", &memcpy_s},
+                                   {"memcpy_sOptAsm", &memcpy_sOptAsm},
+                                   {"memcpy_sOptTc", &memcpy_sOptTc}}) {
+    Add(name, shape, 0, Copying(count, copy));
+    AddPeer(name, "memcpy", shape, Copying(count, plain_copy));
   }
-  state.SetBytesProcessed(state.iterations() * state.range(0));
-}
-
-template <auto kFill>
-void Fill(benchmark::State& state) {
-  const auto count = static_cast<size_t>(state.range(0));
-  std::vector<uint8_t> dest(count);
-  for (auto _ : state) {
-    size_t length = count;
-    benchmark::DoNotOptimize(length);
-    benchmark::DoNotOptimize(kFill(dest.data(), count, 0, length));
-    benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(state.iterations() * state.range(0));
-}
-
-void Sizes(benchmark::internal::Benchmark* bench) {
-  for (const int count : {1, 4, 8, 15, 16, 31, 32, 48, 64, 256, 4096, 65536, 3110400}) {
-    bench->Arg(count);
+  for (const auto& [name, fill] : {std::pair{"memset_s", &memset_s},
+                                   {"memset_sOptAsm", &memset_sOptAsm},
+                                   {"memset_sOptTc", &memset_sOptTc}}) {
+    Add(name, shape, 0, Filling(count, fill));
+    AddPeer(name, "memset", shape, Filling(count, plain_fill));
   }
 }
 
-BENCHMARK(Copy<PlainCopy>)->Name("memcpy")->Apply(Sizes);
-BENCHMARK(Copy<memcpy_s>)->Name("memcpy_s")->Apply(Sizes);
-BENCHMARK(Copy<memcpy_sOptAsm>)->Name("memcpy_sOptAsm")->Apply(Sizes);
-BENCHMARK(Copy<memcpy_sOptTc>)->Name("memcpy_sOptTc")->Apply(Sizes);
-BENCHMARK(Fill<PlainFill>)->Name("memset")->Apply(Sizes);
-BENCHMARK(Fill<memset_s>)->Name("memset_s")->Apply(Sizes);
-BENCHMARK(Fill<memset_sOptAsm>)->Name("memset_sOptAsm")->Apply(Sizes);
-BENCHMARK(Fill<memset_sOptTc>)->Name("memset_sOptTc")->Apply(Sizes);
+const bool kAdded = [] {
+  for (const size_t count : {8, 48, 4096, 3110400}) AddMemoryFunctions(count);
+  const auto move = [](auto function) {
+    return [=] {
+      return [=, bytes = NoiseBuffer(4096)]() mutable {
+        benchmark::DoNotOptimize(function(bytes.data() + 16, bytes.data(), 4000));
+      };
+    };
+  };
+  Add("util_memmove", "4000 bytes, overlapping", 0, move(&util_memmove));
+  AddPeer("util_memmove", "memmove", "4000 bytes, overlapping", move(&std::memmove));
+  return true;
+}();
 
 }  // namespace
+}  // namespace vantro::bench

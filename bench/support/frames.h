@@ -35,8 +35,12 @@ struct FrameShape {
   int height;
   uint8_t format;
 
-  size_t pixels() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
-  size_t bytes() const { return format == VANTRO_FORMAT_UYVY ? 2 * pixels() : pixels() * 3 / 2; }
+  constexpr size_t pixels() const {
+    return static_cast<size_t>(width) * static_cast<size_t>(height);
+  }
+  constexpr size_t bytes() const {
+    return format == VANTRO_FORMAT_UYVY ? 2 * pixels() : pixels() * 3 / 2;
+  }
   std::string size() const { return std::to_string(width) + "x" + std::to_string(height); }
   std::string name() const {
     const char* layout = format == VANTRO_FORMAT_NV21   ? " NV21"
