@@ -44,6 +44,12 @@ void ResizeChroma(const unsigned char* src, unsigned char* dst, const FrameSizes
                  s.dst_height / 2, 2);
 }
 
+void HalveSemiPlanar(const unsigned char* src, unsigned char* dst, const FrameSizes& s) {
+  if (s.src_stride < s.src_width) return;
+  ResizeUcharHalfSemiPlanar(src, dst, s.src_width, s.src_height, s.dst_width, s.dst_height,
+                            s.src_stride, s.dst_width);
+}
+
 // A pair of UYVY pixels takes U, Y and V of the first of its two source pairs and the first luma of
 // the second.
 void HalvePacked(const unsigned char* src, unsigned char* dst, const FrameSizes& s) {
@@ -71,7 +77,7 @@ void ResizeUcharNV21(const unsigned char* src, unsigned char* dst, int srcW, int
   VANTRO_LOGI(vantro::kTagVideo, "%s ResizeUcharNV21+++", "ResizeUcharNV21");
   const vantro::FrameSizes sizes = {srcW, srcStride, srcH, dstW, dstH};
   if (sizes.Halves()) {
-    ResizeUcharHalfSemiPlanar(src, dst, srcW, srcH, dstW, dstH, srcStride, dstW);
+    vantro::HalveSemiPlanar(src, dst, sizes);
     return;
   }
   vantro::ResizeChroma(src, dst, sizes, 1);
@@ -83,7 +89,7 @@ void ResizeUcharNV12(const unsigned char* src, unsigned char* dst, int srcW, int
                      int srcH, int dstW, int dstH) {
   const vantro::FrameSizes sizes = {srcW, srcStride, srcH, dstW, dstH};
   if (sizes.Halves()) {
-    ResizeUcharHalfSemiPlanar(src, dst, srcW, srcH, dstW, dstH, srcStride, dstW);
+    vantro::HalveSemiPlanar(src, dst, sizes);
     return;
   }
   vantro::ResizeLuma(src, dst, sizes);
