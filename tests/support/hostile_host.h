@@ -113,7 +113,8 @@ class HostileHost {
     // The buffer of the frame before; where a sequence begins, one of the frame's own size.
     Buffer fresh;
     Buffer* last = &previous_;
-    if (!photo_ && (bytes > previous_.bytes || record.reset_flag == 1 || OneIn(20))) {
+    if (!photo_ && (previous_.data == nullptr || bytes > previous_.bytes ||
+                    record.reset_flag == 1 || OneIn(20))) {
       fresh = NewBuffer(std::max(bytes, previous_.bytes));
       last = &fresh;
     }
