@@ -15,31 +15,33 @@ namespace hn = hwy::HWY_NAMESPACE;
 // The compiler turns the loops in single precision into vectors of every target; -ffp-contract=off
 // keeps their roundings.
 
-void Grouped(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
-             const RowWeights<float>& row, float bias, uint8_t* HWY_RESTRICT out) {
-  const float wy0 = row.upper;
-  const float wy1 = row.lower;
+template <class Rule>
+HWY_INLINE void SumFloats(const SpreadRow& upper, const SpreadRow& lower,
+                          const AxisWeights<float>& columns, const RowWeights<float>& row,
+                          float bias, uint8_t* HWY_RESTRICT out, const Rule& sum) {
   for (int x = 0; x < columns.count; ++x) {
-    const float wx0 = columns.left[x];
-    const float wx1 = columns.right[x];
-    const float sum =
-        wy1 * wx1 * lower.right[x] +
-        ((wy0 * wx0 * upper.left[x] + wy0 * wx1 * upper.right[x]) + wy1 * wx0 * lower.left[x]);
-    out[x] = static_cast<uint8_t>(static_cast<int32_t>(sum + bias));
+    const float v = sum(columns.left[x], columns.right[x], row.upper, row.lower, upper.left[x],
+                        upper.right[x], lower.left[x], lower.right[x]);
+    out[x] = static_cast<uint8_t>(static_cast<int32_t>(v + bias));
   }
 }
 
+void Grouped(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
+             const RowWeights<float>& row, float bias, uint8_t* out) {
+  SumFloats(upper, lower, columns, row, bias, out,
+            [](float wx0, float wx1, float wy0, float wy1, float p00, float p01, float p10,
+               float p11) HWY_ATTR {
+              return wy1 * wx1 * p11 + ((wy0 * wx0 * p00 + wy0 * wx1 * p01) + wy1 * wx0 * p10);
+            });
+}
+
 void InOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
-             const RowWeights<float>& row, float bias, uint8_t* HWY_RESTRICT out) {
-  const float wy0 = row.upper;
-  const float wy1 = row.lower;
-  for (int x = 0; x < columns.count; ++x) {
-    const float wx0 = columns.left[x];
-    const float wx1 = columns.right[x];
-    const float sum = wy0 * (wx0 * upper.left[x]) + wy0 * (wx1 * upper.right[x]) +
-                      wy1 * (wx0 * lower.left[x]) + wy1 * wx1 * lower.right[x];
-    out[x] = static_cast<uint8_t>(static_cast<int32_t>(sum + bias));
-  }
+             const RowWeights<float>& row, float bias, uint8_t* out) {
+  SumFloats(upper, lower, columns, row, bias, out,
+            [](float wx0, float wx1, float wy0, float wy1, float p00, float p01, float p10,
+               float p11) HWY_ATTR {
+              return wy0 * (wx0 * p00) + wy0 * (wx1 * p01) + wy1 * (wx0 * p10) + wy1 * wx1 * p11;
+            });
 }
 
 // Both rules where the upper row has all the weight: the other terms are zeros.

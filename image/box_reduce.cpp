@@ -3,42 +3,41 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "image/plane_geometry.h"
 #include "support/simd_targets.h"
 #include "vantro/image.h"
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "image/box_reduce.cpp"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
+#include "image/pixel_pairs-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace vantro {
 namespace HWY_NAMESPACE {
 namespace {
-namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
-using D8 = hn::ScalableTag<uint8_t>;
-using D16 = hn::RepartitionToWide<D8>;
 using D32 = hn::RepartitionToWide<D16>;
 using D64 = hn::RepartitionToWide<D32>;
 
 // Four rows of bytes added up, even and odd bytes apart.
 struct ColumnSums {
-  hn::Vec<D16> even;
-  hn::Vec<D16> odd;
+  V16 even;
+  V16 odd;
 
   HWY_INLINE ColumnSums(const uint8_t* src, ptrdiff_t pitch)
       : even(hn::Zero(D16())), odd(hn::Zero(D16())) {
     for (int row = 0; row < 4; ++row) {
       const auto bytes = hn::BitCast(D16(), hn::LoadU(D8(), src + row * pitch));
-      even = hn::Add(even, hn::And(bytes, hn::Set(D16(), 0xFF)));
-      odd = hn::Add(odd, hn::ShiftRight<8>(bytes));
+      even = hn::Add(even, LowBytes(bytes));
+      odd = hn::Add(odd, HighBytes(bytes));
     }
   }
 };
 
 // The two 16-bit lanes of every 32 bits added up.
-HWY_INLINE hn::Vec<D32> AddPairs(hn::Vec<D16> sums) {
+HWY_INLINE hn::Vec<D32> AddPairs(V16 sums) {
   const auto pairs = hn::BitCast(D32(), sums);
   return hn::Add(hn::And(pairs, hn::Set(D32(), 0xFFFF)), hn::ShiftRight<16>(pairs));
 }
@@ -116,25 +115,13 @@ namespace {
 VANTRO_KERNEL_TABLE(ReduceBytes);
 VANTRO_KERNEL_TABLE(ReducePairs);
 
-struct Reduction {
-  const uint8_t* src;
-  int src_width;
-  int src_height;
-  int src_stride;
-  int dst_width;
-  int dst_height;
-  int dst_stride;
+// Every block lies in the source.
+bool Reducible(const PlaneGeometry& r, const uint8_t* dst) {
+  return r.Drawable(dst) && int64_t{4} * r.dst_width <= r.src_stride &&
+         int64_t{4} * r.dst_height <= r.src_height;
+}
 
-  // Every block lies in the source.
-  bool Drawable(const uint8_t* dst) const {
-    return src != nullptr && dst != nullptr && src_width >= 1 && src_height >= 1 &&
-           src_stride >= src_width && dst_width >= 1 && dst_height >= 1 &&
-           dst_stride >= dst_width && int64_t{4} * dst_width <= src_stride &&
-           int64_t{4} * dst_height <= src_height;
-  }
-};
-
-void ReduceLuma(const Reduction& r, uint8_t* dst, int64_t dst_pitch) {
+void ReduceLuma(const PlaneGeometry& r, uint8_t* dst, int64_t dst_pitch) {
   for (int y = 0; y < r.dst_height; ++y) {
     VANTRO_KERNEL(ReduceBytes)
     (r.src + int64_t{4} * y * r.src_stride, r.src_stride, dst + y * dst_pitch, r.dst_width);
@@ -146,21 +133,21 @@ void ReduceLuma(const Reduction& r, uint8_t* dst, int64_t dst_pitch) {
 
 void resizeY16X(const unsigned char* src, int srcW, int srcH, int srcStride, unsigned char* dst,
                 int dstW, int dstH, int dstStride) {
-  const vantro::Reduction reduction = {src, srcW, srcH, srcStride, dstW, dstH, dstStride};
-  if (reduction.Drawable(dst)) vantro::ReduceLuma(reduction, dst, dstStride);
+  const vantro::PlaneGeometry reduction = {src, srcW, srcH, srcStride, dstW, dstH, dstStride};
+  if (vantro::Reducible(reduction, dst)) vantro::ReduceLuma(reduction, dst, dstStride);
 }
 
 void resizeNV1216X(const unsigned char* src, int srcW, int srcH, int srcStride, unsigned char* dst,
                    int dstW, int dstH, int dstStride) {
   using vantro::ReducePairsTable;
-  const vantro::Reduction reduction = {src, srcW, srcH, srcStride, dstW, dstH, dstStride};
-  if (!reduction.Drawable(dst)) return;
+  const vantro::PlaneGeometry reduction = {src, srcW, srcH, srcStride, dstW, dstH, dstStride};
+  if (!vantro::Reducible(reduction, dst)) return;
   vantro::ReduceLuma(reduction, dst, dstW);
-  const unsigned char* const src_chroma = src + int64_t{srcH} * srcStride;
   unsigned char* const dst_chroma = dst + int64_t{dstH} * dstStride;
   for (int y = 0; y < dstH / 2; ++y) {
     VANTRO_KERNEL(ReducePairs)
-    (src_chroma + int64_t{4} * y * srcStride, srcStride, dst_chroma + int64_t{y} * dstW, dstW / 2);
+    (reduction.chroma() + int64_t{4} * y * srcStride, srcStride, dst_chroma + int64_t{y} * dstW,
+     dstW / 2);
   }
 }
 #endif  // HWY_ONCE

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "image/plane_geometry.h"
 #include "image/plane_resize.h"
 #include "support/log.h"
 #include "vantro/image.h"
@@ -11,40 +12,27 @@
 namespace vantro {
 namespace {
 
-struct Sizes {
-  int src_width;
-  int src_height;
-  int src_stride;
-  int dst_width;
-  int dst_height;
-};
-
-bool Drawable(const void* src, const void* dst, const Sizes& s) {
-  return src != nullptr && dst != nullptr && s.src_width >= 1 && s.src_height >= 1 &&
-         s.src_stride >= s.src_width && s.dst_width >= 1 && s.dst_height >= 1;
-}
-
-PlaneResize MakeResize(const uint8_t* src, const Sizes& s, decltype(&SumOnce) sum) {
-  const AxisRule rule = {static_cast<double>(s.src_width) / static_cast<double>(s.dst_width),
+PlaneResize MakeResize(const PlaneGeometry& g, decltype(&SumOnce) sum) {
+  const AxisRule rule = {static_cast<double>(g.src_width) / static_cast<double>(g.dst_width),
                          false};
-  return {MakeChannelSource(src, 1, s.src_stride, s.src_width),
-          s.src_width,
-          s.src_height,
+  return {MakeChannelSource(g.src, 1, g.src_stride, g.src_width),
+          g.src_width,
+          g.src_height,
           rule,
           rule,
           sum};
 }
 
 // Both channels of the chroma plane; its row positions are rounded to single precision.
-void ResizeChroma(const uint8_t* src, const Sizes& s, uint8_t* dst) {
-  PlaneResize chroma = MakeResize(src, s, &SumTerms);
-  chroma.src_width = s.src_width / 2;
-  chroma.src_height = s.src_height / 2;
+void ResizeChroma(const PlaneGeometry& g, uint8_t* dst) {
+  if (!g.has_chroma()) return;
+  PlaneResize chroma = MakeResize(g, &SumTerms);
+  chroma.src_width = g.src_width / 2;
+  chroma.src_height = g.src_height / 2;
   chroma.rows.single = true;
-  if (chroma.src_width < 1 || chroma.src_height < 1) return;
   for (int channel = 0; channel < 2; ++channel) {
-    chroma.source = MakeChannelSource(src + channel, 2, s.src_stride, chroma.src_width);
-    ResizeStraight(chroma, s.dst_width / 2, s.dst_height / 2, dst + channel, 2, s.dst_width);
+    chroma.source = MakeChannelSource(g.chroma() + channel, 2, g.src_stride, chroma.src_width);
+    ResizeStraight(chroma, g.dst_width / 2, g.dst_height / 2, dst + channel, 2, g.dst_pitch);
   }
 }
 
@@ -62,9 +50,9 @@ void SampleByStep(const uint8_t* src, int src_width, int src_height, int64_t src
   }
 }
 
-void SampleLuma(const uint8_t* src, uint8_t* dst, const Sizes& s) {
-  SampleByStep<1>(src, s.src_width, s.src_height, s.src_stride, s.src_width / s.dst_width, dst,
-                  s.dst_width, s.dst_height, s.dst_width);
+void SampleLuma(const PlaneGeometry& g, uint8_t* dst) {
+  SampleByStep<1>(g.src, g.src_width, g.src_height, g.src_stride, g.src_width / g.dst_width, dst,
+                  g.dst_width, g.dst_height, g.dst_pitch);
 }
 
 }  // namespace
@@ -84,34 +72,32 @@ void resize(const unsigned char* src, unsigned char* dst, int srcW, int srcH, in
     upscale4X(src, dst, srcW, srcH, srcStride, dstW, dstH);
     return;
   }
-  const vantro::Sizes sizes = {srcW, srcH, srcStride, dstW, dstH};
-  if (!vantro::Drawable(src, dst, sizes)) return;
-  vantro::ResizeStraight(vantro::MakeResize(src, sizes, &vantro::SumOnce), dstW, dstH, dst, 1,
-                         dstW);
+  const vantro::PlaneGeometry geometry = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  if (!geometry.Drawable(dst)) return;
+  vantro::ResizeStraight(vantro::MakeResize(geometry, &vantro::SumOnce), dstW, dstH, dst, 1, dstW);
 }
 
 const unsigned char* resizeNV21(const unsigned char* src, unsigned char* dst, int srcW, int srcH,
                                 int srcStride, int dstW, int dstH) {
-  const vantro::Sizes sizes = {srcW, srcH, srcStride, dstW, dstH};
-  if (!vantro::Drawable(src, dst, sizes)) return src;
-  vantro::ResizeStraight(vantro::MakeResize(src, sizes, &vantro::SumTerms), dstW, dstH, dst, 1,
-                         dstW);
-  vantro::ResizeChroma(src + int64_t{srcH} * srcStride, sizes, dst + int64_t{dstH} * dstW);
+  const vantro::PlaneGeometry geometry = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  if (!geometry.Drawable(dst)) return src;
+  vantro::ResizeStraight(vantro::MakeResize(geometry, &vantro::SumTerms), dstW, dstH, dst, 1, dstW);
+  vantro::ResizeChroma(geometry, dst + int64_t{dstH} * dstW);
   return src;
 }
 
 void resizeNV21Integer(const unsigned char* src, unsigned char* dst, int srcW, int srcH,
                        int srcStride, int dstW, int dstH) {
-  const vantro::Sizes sizes = {srcW, srcH, srcStride, dstW, dstH};
-  if (!vantro::Drawable(src, dst, sizes)) return;
-  vantro::SampleLuma(src, dst, sizes);
-  if (srcW < 2 || srcH < 2) return;
-  vantro::SampleByStep<2>(src + int64_t{srcH} * srcStride, srcW / 2, srcH / 2, srcStride,
-                          srcW / dstW, dst + int64_t{dstH} * dstW, dstW / 2, dstH / 2, dstW);
+  const vantro::PlaneGeometry geometry = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  if (!geometry.Drawable(dst)) return;
+  vantro::SampleLuma(geometry, dst);
+  if (!geometry.has_chroma()) return;
+  vantro::SampleByStep<2>(geometry.chroma(), srcW / 2, srcH / 2, srcStride, srcW / dstW,
+                          dst + int64_t{dstH} * dstW, dstW / 2, dstH / 2, dstW);
 }
 
 void resizeYInteger(const unsigned char* src, unsigned char* dst, int srcW, int srcH, int srcStride,
                     int dstW, int dstH) {
-  const vantro::Sizes sizes = {srcW, srcH, srcStride, dstW, dstH};
-  if (vantro::Drawable(src, dst, sizes)) vantro::SampleLuma(src, dst, sizes);
+  const vantro::PlaneGeometry geometry = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  if (geometry.Drawable(dst)) vantro::SampleLuma(geometry, dst);
 }

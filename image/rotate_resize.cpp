@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "image/plane_geometry.h"
 #include "image/plane_resize.h"
 #include "image/strided_copy.h"
 #include "image/transpose.h"
@@ -13,24 +14,10 @@
 namespace vantro {
 namespace {
 
-struct Rotation {
-  const uint8_t* src;
-  int src_width;
-  int src_height;
-  int src_stride;
-  int dst_width;
-  int dst_height;
-  int dst_pitch;
-
-  bool Drawable(const uint8_t* dst) const {
-    return src != nullptr && dst != nullptr && src_width >= 1 && src_height >= 1 &&
-           src_stride >= src_width && dst_width >= 1 && dst_height >= 1 && dst_pitch >= dst_width;
-  }
+struct Rotation : PlaneGeometry {
   int step() const { return src_width / dst_height; }
   bool has_whole_step() const { return src_width >= dst_height && src_width % dst_height == 0; }
   double scale() const { return static_cast<double>(src_width) / static_cast<double>(dst_height); }
-  bool has_chroma() const { return src_width >= 2 && src_height >= 2; }
-  const uint8_t* chroma() const { return src + int64_t{src_height} * src_stride; }
   int64_t plane_size() const { return int64_t{dst_width} * dst_height; }
 };
 
@@ -168,7 +155,7 @@ void RotateChromaBilinear(const Rotation& r, uint8_t* dst) {
 
 const unsigned char* resizeYrotateMinus90(const unsigned char* src, unsigned char* dst, int srcW,
                                           int srcH, int srcStride, int dstW, int dstH) {
-  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  const vantro::Rotation rotation = {{src, srcW, srcH, srcStride, dstW, dstH, dstW}};
   if (rotation.Drawable(dst)) vantro::RotateLuma(rotation, dst);
   return src;
 }
@@ -176,20 +163,20 @@ const unsigned char* resizeYrotateMinus90(const unsigned char* src, unsigned cha
 const unsigned char* resizeYrotateMinus90_Multi(const unsigned char* src, unsigned char* dst,
                                                 int srcW, int srcH, int srcStride, int dstPitch,
                                                 int dstH) {
-  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstH, dstH, dstPitch};
+  const vantro::Rotation rotation = {{src, srcW, srcH, srcStride, dstH, dstH, dstPitch}};
   if (rotation.Drawable(dst)) vantro::RotateLuma(rotation, dst);
   return src;
 }
 
 void resizeYrotateMinus90Integer(const unsigned char* src, unsigned char* dst, int srcW, int srcH,
                                  int srcStride, int dstW, int dstH) {
-  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  const vantro::Rotation rotation = {{src, srcW, srcH, srcStride, dstW, dstH, dstW}};
   if (rotation.Drawable(dst)) vantro::RotateLumaByStep(rotation, dst);
 }
 
 const unsigned char* resizeNV21RotateMinus90(const unsigned char* src, unsigned char* dst, int srcW,
                                              int srcH, int srcStride, int dstW, int dstH) {
-  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  const vantro::Rotation rotation = {{src, srcW, srcH, srcStride, dstW, dstH, dstW}};
   if (!rotation.Drawable(dst)) return src;
   vantro::RotateLuma(rotation, dst);
   if (rotation.has_whole_step()) {
@@ -202,7 +189,7 @@ const unsigned char* resizeNV21RotateMinus90(const unsigned char* src, unsigned 
 
 void resizeNV21RotateMinus90_X(const unsigned char* src, unsigned char* dst, int srcW, int srcH,
                                int srcStride, int dstW, int dstH) {
-  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  const vantro::Rotation rotation = {{src, srcW, srcH, srcStride, dstW, dstH, dstW}};
   if (!rotation.Drawable(dst)) return;
   vantro::RotateLumaByStep(rotation, dst);
   vantro::RotateChromaByAddress(rotation, dst + rotation.plane_size());
@@ -210,7 +197,7 @@ void resizeNV21RotateMinus90_X(const unsigned char* src, unsigned char* dst, int
 
 void resizeNV21RotateMinus90Integer(const unsigned char* src, unsigned char* dst, int srcW,
                                     int srcH, int srcStride, int dstW, int dstH) {
-  const vantro::Rotation rotation = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
+  const vantro::Rotation rotation = {{src, srcW, srcH, srcStride, dstW, dstH, dstW}};
   if (!rotation.Drawable(dst)) return;
   vantro::RotateLumaByStep(rotation, dst);
   vantro::RotateChromaByPairs(rotation, dst + rotation.plane_size());
