@@ -167,8 +167,8 @@ int guide_filter_acc(const unsigned char* guide, const unsigned char* input, int
                      unsigned char* context) {
   const vantro::FullSize size = {width, height, stride};
   const bool valid = size.valid() && input != nullptr && output != nullptr;
-  // Nothing to convert is left for the filter to refuse.
-  const uint64_t bytes = valid ? size.area() : 0;
+  // Where there is nothing to convert, the filter is left to refuse it.
+  const uint64_t bytes = valid ? size.area() : 1;
   const auto signed_input = vantro::AllocZeroed<signed char>(bytes);
   const auto signed_output = vantro::AllocZeroed<signed char>(bytes);
   if (!signed_input || !signed_output) {

@@ -1,7 +1,12 @@
-// Rotations, box reductions and the float box filter on 1080p planes against memcpy, one thread.
+// Rotations, box reductions and the float box filter on 1080p planes against memcpy, one thread;
+// the bilinear rotation also against OpenCV's resize and rotate.
 
 #include "bench/image/frames.h"
 #include "vantro/image.h"
+
+#if defined(VANTRO_HAVE_OPENCV)
+#include <opencv2/imgproc.hpp>
+#endif
 
 namespace vantro::bench {
 namespace {
@@ -37,6 +42,20 @@ void RotateLumaBilinear(benchmark::State& state) {
     resizeYrotateMinus90(src, dst, kWidth, kHeight, kWidth, kHeight * 3 / 4, kWidth * 3 / 4);
   });
 }
+#if defined(VANTRO_HAVE_OPENCV)
+// In fixed point with 11 bits: the usual alternative where the last digit does not matter.
+void OpenCvResizeAndRotate(benchmark::State& state) {
+  cv::setNumThreads(1);
+  std::vector<uint8_t> resized(kPixels);
+  Run(state, kPixels, kPixels, [&resized](const uint8_t* src, uint8_t* dst) {
+    const cv::Mat from(kHeight, kWidth, CV_8UC1, const_cast<uint8_t*>(src));
+    cv::Mat small(kHeight * 3 / 4, kWidth * 3 / 4, CV_8UC1, resized.data());
+    cv::Mat to(kWidth * 3 / 4, kHeight * 3 / 4, CV_8UC1, dst);
+    cv::resize(from, small, small.size(), 0, 0, cv::INTER_LINEAR);
+    cv::rotate(small, to, cv::ROTATE_90_COUNTERCLOCKWISE);
+  });
+}
+#endif
 void RotateNv21ByAddress(benchmark::State& state) {
   const auto step = static_cast<int>(state.range(0));
   Run(state, kPixels * 3 / 2, kPixels * 3, [step](const uint8_t* src, uint8_t* dst) {
@@ -80,6 +99,9 @@ BENCHMARK(RotateLuma);
 BENCHMARK(RotateLumaByStep)->Arg(1)->Arg(2);
 BENCHMARK(Copy)->Arg(kPixels * 2)->Arg(kPixels * 5 / 4);
 BENCHMARK(RotateLumaBilinear);
+#if defined(VANTRO_HAVE_OPENCV)
+BENCHMARK(OpenCvResizeAndRotate);
+#endif
 BENCHMARK(Copy)->Arg(kPixels * 25 / 16);
 BENCHMARK(RotateNv21ByAddress)->Arg(1)->Arg(2);
 BENCHMARK(Copy)->Arg(kPixels * 9 / 2);
