@@ -45,7 +45,7 @@ VANTRO_API int Grayeffect_firstframeIdx(void* cxt, Vantro_t kc_para);
 //
 // Returns 0; -2006, with nothing changed, for a null context, an empty frame or mask, an odd frame
 // size, or a crop box that is empty or reaches outside the frame; -1, with the frame unchanged,
-// when the pool or, for the dump, the heap has no memory.
+// when the pool or the heap has no memory.
 VANTRO_API int VantroObject(void* cxt, int printlog, int isDumpImg, int isPhoto, Vantro_t kc_para);
 
 // The blend of VantroObject: greys `rect` of the frame but for the chroma of kept pixels. A pixel

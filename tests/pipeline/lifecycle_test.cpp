@@ -268,18 +268,33 @@ TEST_P(Lifecycle, LoaderAndEngineFailuresUnwind) {
 }
 
 TEST_P(Lifecycle, RefusesBadArguments) {
+  const bool video = &family() == &kVideo;
+  const std::string input_error = std::string(family().name) + "_Init input error!, xml_name(";
+  const auto expect_refusal = [&](int32_t code, int32_t expected, const char* tag,
+                                  const std::string& text) {
+    EXPECT_EQ(code, expected);
+    const LogLine line = log_.lines().back();
+    EXPECT_EQ(line.level, 6);
+    EXPECT_EQ(line.tag, tag);
+    EXPECT_EQ(line.text.substr(0, text.size()), text);
+  };
   void* handle = &handle;
-  EXPECT_EQ(family().init(nullptr, "x", pool_.get()), -1);
-  EXPECT_EQ(family().init(&handle, nullptr, pool_.get()), -1);
+  const char* tag = video ? "QZA_MVANTRO" : "QZA_VANTRO_PHOTO";
+  expect_refusal(family().init(nullptr, "x", pool_.get()), -1, tag, input_error);
+  expect_refusal(family().init(&handle, nullptr, pool_.get()), -1, tag, input_error + "(nil)");
   EXPECT_EQ(handle, nullptr);
-  EXPECT_EQ(family().init(&handle, "x", nullptr), -2001);
   MemPool no_free = *pool_.get();
   no_free.free = nullptr;
-  EXPECT_EQ(family().init(&handle, "x", &no_free), -2001);
   MemPool no_alloc = *pool_.get();
   no_alloc.alloc = nullptr;
-  EXPECT_EQ(family().init(&handle, "x", &no_alloc), -2001);
+  for (MemPool* pool : {static_cast<MemPool*>(nullptr), &no_free, &no_alloc}) {
+    expect_refusal(family().init(&handle, "x", pool), -2001, video ? "VANTRO" : "QZA_MVANTRO",
+                   "[vantro] Vantro_Init mempool err!");
+  }
   EXPECT_EQ(pool_.allocations(), 0);
+  expect_refusal(family().deinit(&handle), 0, "QZA_MVANTRO",
+                 video ? "cxt_ptr is null,Vantro_Deinit is failed\n"
+                       : "cxt_ptr is null,VantroPhoto_Deinit is falied\n");
 }
 
 TEST_P(Lifecycle, ReadsItsSwitches) {
