@@ -1,6 +1,6 @@
 // Long runs of whole handles: hostile frames without growth, two handles at once, handles opened
-// and closed again and again. VANTRO_ENDURANCE=full runs the full lengths; otherwise a twentieth, or
-// a hundredth under the thread sanitizer.
+// and closed again and again. VANTRO_ENDURANCE=full runs the full lengths; otherwise a twentieth,
+// or a hundredth under the thread sanitizer.
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <malloc.h>

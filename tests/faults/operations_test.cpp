@@ -111,8 +111,7 @@ const std::map<std::string, std::vector<Failure>> kFailures = {
       {{0, 3}, Left::kMotionSlot, {"gaussian_blur error!"}},
       {{0, 0}, Left::kMotionSlot, {"gaussian_blur error!"}}}},
     {"connected", {{{-2007}, Left::kMask, {}}}},
-    {"connectionFilter",
-     {{{2000}, Left::kAll, {"result is malloc failed\n"}}}},
+    {"connectionFilter", {{{2000}, Left::kAll, {"result is malloc failed\n"}}}},
 };
 
 std::vector<int64_t> Results(const Outcome& outcome) {
