@@ -308,7 +308,10 @@ window.addEventListener('resize', draw);
 // ---- The words around the plot ------------------------------------------------------------------
 
 function changesAt(i) {
-  if (i === 0) return [`first frame: ${SUBJECTS[data.subject[0]]}`];
+  if (i === 0) {
+    // The library sees the subject's area jump from nothing.
+    return [`first frame: ${SUBJECTS[data.subject[0]]}`, ...(data.flash[0] ? ['flash'] : [])];
+  }
   const words = [];
   const differs = list => list[i] !== list[i - 1];
   if (differs(data.coloured)) words.push(data.coloured[i] ? 'in colour again' : 'turns grey');
