@@ -107,7 +107,7 @@ void AddBlurs() {
     unsigned short weights[7];
   };
   static constexpr Member kMembers[] = {
-      {"GaussianBlur3x3_u8", &GaussianBlur3x3_u8, {64, 128}},
+      {"GaussianBlur3x3_u8", &GaussianBlur3x3_u8, {64, 128, 64}},
       {"GaussianBlur5x5_u8", &GaussianBlur5x5_u8, {16, 64, 96}},
       {"GaussianBlur7x7_u8", &GaussianBlur7x7_u8, {8, 28, 56, 72}},
       {"GaussianBlur9x9_u8", &GaussianBlur9x9_u8, {4, 14, 32, 48, 60}},

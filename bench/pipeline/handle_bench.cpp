@@ -114,7 +114,7 @@ const bool kAdded = [] {
       VantroPhoto_Deinit(&handle);
     };
   });
-  Add("BuildAlgoCxt", "", 0, [] { return [] { MakeContext(); }; });
+  Add("BuildAlgoCxt", "one context", 0, [] { return [] { MakeContext(); }; });
   return true;
 }();
 

@@ -1,0 +1,83 @@
+"""What the library's speed is measured against: each target with the rows that it is about."""
+
+from dataclasses import dataclass
+
+
+@dataclass
+class Target:
+    work: str
+    demand: str
+    limit: float
+    measured: float
+    filter: str
+    program: str
+
+    @property
+    def met(self):
+        # Two digits are shown and judged.
+        return round(self.measured, 2) <= self.limit
+
+
+UPSCALERS = ["upScale2x2", "upscale_x4_blinear", "upScale4x4", "upscale_x16_blinear",
+             "bilinearGrayU8BorderLines"]
+CONVERSIONS = ["NV21ToRGB", "UYVYToRGB", "YV16ToRGB", "convertI420ToRGBU8", "RGBToUYVY", "RGBToNV21"]
+
+
+def evaluate(rows):
+    """The targets whose rows were measured."""
+    targets = []
+
+    def add(row, demand, limit, measured, work=None):
+        if measured is None:
+            return
+        work = work or f"`{row.operation}`, {row.case}"
+        pattern = f"^{row.operation}/.*{row.case}".replace("(", ".").replace(")", ".")
+        targets.append(Target(work, demand, limit, measured, pattern, row.program))
+
+    def find(operation, case=None):
+        return [row for row in rows
+                if row.operation == operation and (case is None or row.case == case)]
+
+    for case, limit in (("1920x1080 NV21", 2.0), ("3840x2160 NV21", 1.2)):
+        for row in find("Grayeffect", case):
+            add(row, f"at most {limit:g} x `memcpy` of the frame", limit, row.memcpy_ratio)
+    for row in find("VantroObject", "1920x1080 NV21"):
+        add(row, "at most a quarter of FFmpeg's fastest whole effect", 0.25, row.peer_ratio)
+    for row in find("Vantro_Process", "1920x1080 NV21"):
+        add(row, "at most half of FFmpeg's fastest whole effect, flow included", 0.5, row.peer_ratio)
+        for large in find("Vantro_Process", "7680x4320 NV21"):
+            add(large, "16 times the pixels of 1080p in at most 16 times the time", 1.0,
+                large.time / row.time / 16)
+    for operation in ("ConnectedComponentsLabeling::connected", "connectionFilter"):
+        for row in find(operation):
+            add(row, "at most OpenCV's `connectedComponents`", 1.0, row.peer_ratio)
+    for operation in UPSCALERS:
+        for row in find(operation):
+            add(row, "at most libyuv's bilinear scaler", 1.0, row.peer_ratio)
+    for operation in CONVERSIONS:
+        for row in find(operation):
+            add(row, "at most libyuv's conversion", 1.0, row.peer_ratio)
+    for operation in ("ResizeUchar", "ResizeUcharChl, both of 2 channels"):
+        for row in find(operation):
+            add(row, "at most OpenCV's linear `resize`", 1.0, row.peer_ratio)
+    for row in rows:
+        if row.program == "bench_geometry" and "bilinear" not in row.operation and row.memcpy:
+            add(row, "at most 2 x `memcpy`", 2.0, row.memcpy_ratio)
+    boxes = find("boxfilter_iter_f")
+    for kind in ("whole numbers", "fractions"):
+        times = {row.case: row for row in boxes if row.case.endswith(kind)}
+        small = times.get(f"1920x1080, radius 4, {kind}")
+        large = times.get(f"1920x1080, radius 50, {kind}")
+        if small and large:
+            add(large, "as radius 4, within 10 per cent", 1.1, large.time / small.time)
+    for row in find("gaussian_blur"):
+        add(row, "at most OpenCV's `GaussianBlur`", 1.0, row.peer_ratio)
+    for flow in find("CompareOpticalFlow"):
+        add(flow, "at most 500 us (ratio to that)", 1.0, flow.time / 500)
+        for row in find("GetFlashFlag"):
+            add(row, "at most 1.1 x `CompareOpticalFlow`", 1.1, row.time / flow.time)
+    for row in find("MThread_Boot"):
+        add(row, "at most 1.5 x a semaphore ping-pong", 1.5, row.peer_ratio)
+    for row in find("sprintf_s", "log line"):
+        add(row, "at most `snprintf`", 1.0, row.peer_ratio)
+    return targets
