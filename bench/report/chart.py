@@ -49,7 +49,8 @@ def draw(rows):
         parts.append(f'<text x="{LEFT - 8}" y="{y + 13}" text-anchor="end">{escape(label)}</text>')
         parts.append(f'<rect x="{LEFT}" y="{y + 2}" width="{max(end - LEFT, 1):.1f}" '
                      f'height="{STEP - 6}" fill="{colour}"/>')
-        parts.append(f'<text x="{end + 6:.1f}" y="{y + 13}">{row.peer_ratio:.2f} '
+        parts.append(f'<text x="{end + 6:.1f}" y="{y + 13}" paint-order="stroke" stroke="#ffffff" '
+                     f'stroke-width="3">{row.peer_ratio:.2f} '
                      f'{escape(row.best_peer[0])}</text>')
     parts.append("</svg>\n")
     return "\n".join(parts)

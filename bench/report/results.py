@@ -78,6 +78,7 @@ class Row:
     operation: str
     case: str
     program: str
+    order: tuple = ()
     time: float = 0.0
     touched: int = 0
     memcpy: float = 0.0
@@ -151,6 +152,8 @@ def read(folder):
                 continue
             row = rows.setdefault((program, operation, case), Row(operation, case, program))
             if who == VANTRO:
+                # The repetitions come in a random order; families are numbered as registered.
+                row.order = (entry["family_index"], entry["per_family_instance_index"])
                 row.time = time
                 row.touched = touched or int(entry.get("touched", 0))
                 mine.append(row)
@@ -158,4 +161,5 @@ def read(folder):
                 row.peers[who] = time
         for row in mine:
             row.memcpy = copies.get(row.touched, 0.0)
-    return [row for row in rows.values() if row.time], context
+    measured = [row for row in rows.values() if row.time]
+    return sorted(measured, key=lambda row: (row.program, row.order)), context
