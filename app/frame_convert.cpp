@@ -141,6 +141,10 @@ FrameConverter::FrameConverter(const FrameFormat& format, const AVFrame& first,
     note_("frame size " + SizeText(first.width, first.height) + " cropped to " +
           SizeText(width, height));
   }
+  const AVPixFmtDescriptor* pixels = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(first.format));
+  if (pixels != nullptr && pixels->comp[0].depth > 8) {
+    note_(std::to_string(pixels->comp[0].depth) + " bits a sample are reduced to 8");
+  }
   shape_.format = format;
   shape_.width = orientation.swap_axes ? height : width;
   shape_.height = orientation.swap_axes ? width : height;
