@@ -1,37 +1,15 @@
 #include "app/report/json_writer.h"
 
+extern "C" {
+#include <libavutil/avstring.h>
+}
+
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <utility>
 
 namespace vantro::app {
-namespace {
-
-// Length of the well-formed UTF-8 sequence at the start of `text`; 0 when there is none. File names
-// may be any bytes.
-size_t Utf8Length(std::string_view text) {
-  const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
-  const size_t length = byte(0) < 0x80   ? 1
-                        : byte(0) < 0xC2 ? 0
-                        : byte(0) < 0xE0 ? 2
-                        : byte(0) < 0xF0 ? 3
-                        : byte(0) < 0xF5 ? 4
-                                         : 0;
-  if (length > text.size()) return 0;
-  for (size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  }
-  if (length == 3 && ((byte(0) == 0xE0 && byte(1) < 0xA0) || (byte(0) == 0xED && byte(1) > 0x9F))) {
-    return 0;
-  }
-  if (length == 4 && ((byte(0) == 0xF0 && byte(1) < 0x90) || (byte(0) == 0xF4 && byte(1) > 0x8F))) {
-    return 0;
-  }
-  return length;
-}
-
-}  // namespace
 
 void JsonWriter::Text(std::string_view name, std::string_view value) {
   Name(name);
@@ -86,22 +64,24 @@ void JsonWriter::Separate() {
   first_ = false;
 }
 
-// "<" and "&" as escapes, so that no text can end the script element it stands in.
+// "<" and "&" as escapes, so that no text can end the script element it stands in. File names may
+// be any bytes; what is no UTF-8 becomes U+FFFD.
 void JsonWriter::Quoted(std::string_view text) {
   text_ += '"';
-  while (!text.empty()) {
-    const size_t length = Utf8Length(text);
-    const auto c = static_cast<unsigned char>(text[0]);
-    if (length == 0) {
-      text_ += "\\ufffd";
-    } else if (length == 1 && (c < 0x20 || c == '"' || c == '\\' || c == '<' || c == '&')) {
-      char escape[8];
-      std::snprintf(escape, sizeof(escape), "\\u%04x", c);
+  const auto* at = reinterpret_cast<const uint8_t*>(text.data());
+  const uint8_t* const end = at + text.size();
+  while (at < end) {
+    const uint8_t* const start = at;
+    int32_t code = 0;
+    const bool valid = av_utf8_decode(&code, &at, end, AV_UTF8_FLAG_ACCEPT_NON_CHARACTERS) >= 0;
+    if (!valid || code < 0x20 || code == '"' || code == '\\' || code == '<' || code == '&') {
+      char escape[16];
+      std::snprintf(escape, sizeof(escape), "\\u%04x",
+                    valid ? static_cast<unsigned>(code) : 0xFFFD);
       text_ += escape;
     } else {
-      text_ += text.substr(0, length);
+      text_.append(start, at);
     }
-    text.remove_prefix(length == 0 ? 1 : length);
   }
   text_ += '"';
 }

@@ -163,6 +163,7 @@ TEST_F(PhotoEffect, KeepsTheSamplesOfJpegFiles) {
       WriteTestJpeg(Path("in.jpg"), before);
       const TestPicture source = ReadPicture(Path("in.jpg"));
       const TestPicture after = Rendered("in.jpg", "out.jpg", {"--format", format});
+      ASSERT_EQ(after.width, before.width);
       EXPECT_EQ(after.sampling, sampling);
       double sum = 0;
       int count = 0;
@@ -256,6 +257,7 @@ TEST_F(PhotoEffect, KeepsTransparency) {
   // JPEG files hold none: the picture is seen on white.
   const TestPicture flat = Rendered("in.png", "out.jpg");
   EXPECT_NE(said_.find("transparency"), std::string::npos) << said_;
+  ASSERT_EQ(flat.channels, 3);
   EXPECT_GT(flat.at(2, 20)[0], 240);
   EXPECT_LT(flat.at(14, 2)[0], 190);
 }
