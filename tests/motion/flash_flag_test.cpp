@@ -224,13 +224,10 @@ TEST_F(FlashFlag, TakesEngineBoxesOfAnyValues) {
   constexpr int kValues[] = {kMin, -1, 0, 20, kMax};
   for (const int top : kValues) {
     for (const int bottom : kValues) {
-      for (const int left : {kMin, 7, kMax}) {
-        for (const int right : {kMin, 12, kMax}) {
-          engine_box_ = {top, bottom, left, right, 0};
-          EXPECT_EQ(Step(4, 50), 0);
-          EXPECT_EQ(move_[5], 0);
-        }
-      }
+      // The columns as the rows, in another order.
+      engine_box_ = {top, bottom, bottom, top, 0};
+      EXPECT_EQ(Step(4, 50), 0);
+      EXPECT_EQ(move_[5], 0);
     }
   }
 }
