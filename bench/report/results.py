@@ -45,6 +45,7 @@ OTHER_NAMES = {
     "bench_geometry": {
         "RotateLuma": ("resizeYrotateMinus90", VANTRO, {"": PIXELS * 2}),
         "RotateLumaBilinear": ("resizeYrotateMinus90, bilinear", VANTRO, {"": PIXELS * 25 // 16}),
+        "OpenCvResizeAndRotate": ("resizeYrotateMinus90, bilinear", "OpenCV resize and rotate"),
         "RotateLumaByStep": ("resizeYrotateMinus90Integer", VANTRO,
                              {"1": PIXELS * 2, "2": PIXELS * 5 // 4}),
         "RotateNv21ByAddress": ("resizeNV21RotateMinus90_X", VANTRO,
