@@ -8,11 +8,17 @@ import pathlib
 import platform
 import re
 import subprocess
+import textwrap
 
 import chart
 import results
 import targets
 
+INTRODUCTION = """Written by `./scripts/bench`; `./scripts/bench --quick` is a shorter look. All times
+are medians of processor time on one thread (two for the hand-over of tasks), in microseconds. *memcpy*
+copies half as many bytes as the operation reads and writes together, so that both touch the same
+number. A *peer* is another library that does the same job in the same run; of several the fastest is
+shown. FFmpeg's filters get planar frames, which spares them a camera's layouts."""
 PEER_PACKAGES = ["libyuv-dev", "libopencv-imgproc-dev", "libavfilter-dev", "libbenchmark-dev"]
 TITLES = {
     "bench_handle": "Whole handles",
@@ -78,11 +84,12 @@ def machine(context, options):
 
 
 def target_table(found):
-    lines = ["| work | target | measured | |", "|---|---|---|---|"]
+    lines = ["| work | target | measured | | again |", "|---|---|--:|---|---|"]
     for target in found:
         verdict = "met" if target.met else "**missed**"
-        lines.append(f"| {target.work} | {target.demand} | {target.measured:.2f} | {verdict} |")
-    return "\n".join(lines)
+        lines.append(f"| {target.work} | {target.demand} | {target.measured:.2f} | {verdict} | "
+                     f"`{target.command}` |")
+    return "\n".join(lines + [""] + targets.reasons(found))
 
 
 def row_table(rows):
@@ -141,12 +148,7 @@ def main():
     page = [
         "# Performance",
         "",
-        "Written by `./scripts/bench`; `./scripts/bench --quick` is a shorter look. All times are "
-        "medians of processor time on one thread (two for the hand-over of tasks), in microseconds. "
-        "*memcpy* copies half as many bytes as the operation reads and writes together, so that both "
-        "touch the same number. A *peer* is another library that does the same job in the same run; "
-        "of several the fastest is shown. FFmpeg's filters get planar frames, which spares them a "
-        "camera's layouts.",
+        textwrap.fill(INTRODUCTION, 100),
         "",
         machine(context, options),
         "",
@@ -154,8 +156,7 @@ def main():
         "",
         "## Targets",
         "",
-        f"{len(found) - missed} met, {missed} missed. One program alone: "
-        "`./scripts/bench NAME` with a word of its name, as in `./scripts/bench handle`.",
+        f"{len(found) - missed} met, {missed} missed.",
         "",
         target_table(found),
         memory_lines(options.results, options.frames),
