@@ -1,24 +1,12 @@
 // Grey effect, compositing and the mask rescalers: any record, rectangle and size.
 #include <algorithm>
-#include <cstdlib>
-
+#include "fuzz/context.h"
 #include "fuzz/operations.h"
-#include "vantro/algo_context.h"
 #include "vantro/render.h"
 #include "vantro/tracked_alloc.h"
 
 namespace vantro::fuzz {
 namespace {
-
-void* Alloc(uint32_t size, const char* /*name*/, int32_t /*zero*/) { return std::malloc(size); }
-void Free(void* block, const char* /*name*/, int32_t /*zero*/) { std::free(block); }
-
-AlgoCxt* Context() {
-  static MemPool pool = {&Alloc, &Free};
-  static ParamBlock params = {};
-  static AlgoCxt* const context = BuildAlgoCxt(&params, &pool);
-  return context;
-}
 
 // A frame in a buffer of the size that its record describes.
 Vantro_t Record(FuzzSource& in) {
