@@ -1,5 +1,5 @@
-// The formatting engine: any format text into any capacity. Every argument is a pointer to an empty
-// string and a pair of zero numbers at once, as far as the calling convention lets it be.
+// The formatting engine: any format text into any capacity. A format reads nothing but texts or
+// nothing but numbers, so that its arguments can be made without knowing its conversions.
 #include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
