@@ -71,7 +71,8 @@ int64_t CountSubject(const uint8_t* mask, int64_t size) {
 // Subject area in frame pixels: the crop box's area by the share of subject pixels in the mask.
 int32_t EstimateArea(const OpticalFlow& record) {
   const int64_t mask_size = int64_t{record.mask_width} * record.mask_height;
-  if (mask_size < 1 || mask_size > std::numeric_limits<int32_t>::max() || record.mask == nullptr) {
+  if (record.mask_width < 1 || mask_size < 1 || mask_size > std::numeric_limits<int32_t>::max() ||
+      record.mask == nullptr) {
     return 0;
   }
   const int64_t subject = CountSubject(record.mask, mask_size);

@@ -259,6 +259,7 @@ TEST_F(FlashFlag, EstimatesAnAreaFromAnyCropBoxAndMaskSize) {
   EXPECT_EQ(area({kMin, kMax, kMax, kMin, 2}, 4, 4), kMin);
   EXPECT_EQ(area({0, 9, 0, 9, 2}, 0, 4), 0);
   EXPECT_EQ(area({0, 9, 0, 9, 2}, -4, 4), 0);
+  EXPECT_EQ(area({0, 9, 0, 9, 2}, -4, -4), 0);
   EXPECT_EQ(area({0, 9, 0, 9, 2}, kMax, kMax), 0);
   record.mask = nullptr;
   EXPECT_EQ(area({0, 9, 0, 9, 2}, 4, 4), 0);
