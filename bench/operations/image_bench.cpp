@@ -78,9 +78,10 @@ void AddChannelResizes() {
         {"ResizeUcharNV12", &ResizeUcharNV12, kNv21},
         {"ResizeUcharUYVY", &ResizeUcharUYVY, kPacked}}) {
     for (const Size to : {kHalf, kLess}) {
-      AddResize(name, kFull, to, half_bytes, [=](uint8_t* src, uint8_t* dst, Size s, Size d) {
-        resize(src, dst, s.width, s.width, s.height, d.width, d.height);
-      });
+      AddResize(name, kFull, to, half_bytes,
+                [resize = resize](uint8_t* src, uint8_t* dst, Size s, Size d) {
+                  resize(src, dst, s.width, s.width, s.height, d.width, d.height);
+                });
     }
   }
   AddResize("ResizeUcharHalfSemiPlanar", kFull, kHalf, kNv21,
