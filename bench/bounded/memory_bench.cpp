@@ -59,7 +59,8 @@ void AddMemoryFunctions(size_t count) {
 }
 
 const bool kAdded = [] {
-  for (const size_t count : {8, 48, 4096, 3110400}) AddMemoryFunctions(count);
+  for (const size_t count : {size_t{8}, size_t{48}, size_t{4096}, size_t{3110400}})
+    AddMemoryFunctions(count);
   const auto move = [](auto function) {
     return [=] {
       return [=, bytes = NoiseBuffer(4096)]() mutable {
