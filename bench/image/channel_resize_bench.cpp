@@ -24,11 +24,15 @@ constexpr Shape kShapes[] = {
     {1920, 1440, 1440, 1080},  // by 3:4
 };
 
+size_t Bytes(int width, int height, int channels) {
+  return static_cast<size_t>(int64_t{width} * height * channels);
+}
+
 template <typename Resize>
 void Run(benchmark::State& state, int channels, Resize resize) {
   const Shape& s = kShapes[state.range(0)];
-  std::vector<uint8_t> src = Noise(static_cast<size_t>(s.src_width) * s.src_height * channels);
-  std::vector<uint8_t> dst(static_cast<size_t>(s.dst_width) * s.dst_height * channels);
+  std::vector<uint8_t> src = Noise(Bytes(s.src_width, s.src_height, channels));
+  std::vector<uint8_t> dst(Bytes(s.dst_width, s.dst_height, channels));
   for (auto _ : state) {
     resize(src.data(), dst.data(), s);
     benchmark::ClobberMemory();
@@ -64,8 +68,7 @@ void TwoChannels(benchmark::State& state) {
 
 void Copy(benchmark::State& state) {
   const Shape& s = kShapes[state.range(0)];
-  CopyBytes(state, static_cast<size_t>(s.src_width) * s.src_height +
-                       static_cast<size_t>(s.dst_width) * s.dst_height);
+  CopyBytes(state, Bytes(s.src_width, s.src_height, 1) + Bytes(s.dst_width, s.dst_height, 1));
 }
 
 BENCHMARK(Plane)->DenseRange(0, 3);
