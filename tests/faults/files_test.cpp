@@ -45,7 +45,7 @@ TEST(FullDisk, IsReportedAndLeavesNothingOpen) {
   const auto open_files = OpenFiles();
   LogCapture log;
   // In the header, between two rows, in the bytes that only closing writes.
-  for (const rlim_t room : {0, 20, 54, 1253, 200000, 360000}) {
+  for (const rlim_t room : {0u, 20u, 54u, 1253u, 200000u, 360000u}) {
     SCOPED_TRACE(room);
     const SmallDisk disk(room);
     EXPECT_EQ(save_bmp_file(path, picture.data(), 400, 300, 1, 0), -1);

@@ -57,7 +57,9 @@ class Diagnostics : public ::testing::Test {
 };
 
 uint32_t Field(const std::vector<uint8_t>& bmp, size_t at) {
-  return bmp[at] | bmp[at + 1] << 8 | bmp[at + 2] << 16 | static_cast<uint32_t>(bmp[at + 3]) << 24;
+  uint32_t field = 0;
+  for (size_t i = 4; i-- > 0;) field = field << 8 | bmp[at + i];
+  return field;
 }
 
 // Pixel of a BMP as red, green, blue, counted from the top.
