@@ -49,8 +49,9 @@ function(vantro_library)
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib
     # The engine is looked up by name: beside the library, unless LD_LIBRARY_PATH or an engine that
-    # is loaded already comes first.
-    BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN"
+    # is loaded already comes first. CMake pads a search path of its own for the build with an empty
+    # element, which would mean the current folder.
+    BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN"
     LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map;${PROJECT_SOURCE_DIR}/cmake/interposable.list")
   target_include_directories(vantro PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)

@@ -25,6 +25,11 @@ if echo "$dynamic" | grep -q TEXTREL; then fail "text relocations"; fi
 echo "$symbols" | grep -q __stack_chk_fail || fail "no stack protector"
 echo "$symbols" | grep -qE '__[a-z]+_chk@' || fail "no fortified call"
 
+# An empty element is the current folder.
+if echo "$dynamic" | grep -qE '\((RUNPATH|RPATH)\).*(\[:|::|:\]|\[\])'; then
+  fail "searches libraries in the current folder"
+fi
+
 for needed in $(echo "$dynamic" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
   allowed=no
   for pattern in 'libc.so.6' 'libm.so.6' 'libstdc++.so.6' 'libgcc_s.so.1' 'ld-linux-*' "$@"; do
