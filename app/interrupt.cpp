@@ -1,6 +1,7 @@
 #include "app/interrupt.h"
 
 #include <signal.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <array>
@@ -26,11 +27,22 @@ struct Slot {
 std::array<Slot, 160> slots;
 static_assert(std::atomic<int>::is_always_lock_free);
 
+std::atomic<bool> ending = false;
+
+void RemoveWorkingFiles() {
+  for (const Slot& slot : slots) {
+    if (slot.state == Slot::kAlive) unlink(slot.path);
+  }
+}
+
 void Take(int signal_number) {
   if (received != 0) {
-    for (const Slot& slot : slots) {
-      if (slot.state == Slot::kAlive) unlink(slot.path);
-    }
+    ending = true;
+    RemoveWorkingFiles();
+    // Another thread may have been about to create the file that it announced.
+    constexpr timespec kMeanwhile = {0, 20'000'000};
+    nanosleep(&kMeanwhile, nullptr);
+    RemoveWorkingFiles();
     _exit(128 + signal_number);
   }
   received = signal_number;
@@ -60,6 +72,7 @@ AbortedFile::AbortedFile(const std::string& path) : slot_(-1) {
     std::memcpy(slots[i].path, path.c_str(), path.size() + 1);
     slots[i].state = Slot::kAlive;
     slot_ = static_cast<int>(i);
+    while (ending) pause();  // create nothing any more
     return;
   }
 }

@@ -132,7 +132,7 @@ void Picture::SavePng(const std::string& path, const std::string& shown_path) co
   CheckFFmpeg(avcodec_send_frame(encoder.get(), frame.get()), shown_path);
   CheckFFmpeg(avcodec_receive_packet(encoder.get(), packet.get()), shown_path);
 
-  const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "wb"), &std::fclose);
+  const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "r+b"), &std::fclose);
   const auto size = static_cast<size_t>(packet->size);
   if (file == nullptr || std::fwrite(packet->data, 1, size, file.get()) != size ||
       std::fflush(file.get()) != 0) {

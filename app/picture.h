@@ -32,7 +32,7 @@ class Picture {
   static int TextWidth(std::string_view text, int scale);
   static int TextHeight(int scale);
 
-  // Throws RunError naming `shown_path`.
+  // Fills the empty file `path`, which must exist. Throws RunError naming `shown_path`.
   void SavePng(const std::string& path, const std::string& shown_path) const;
 
  private:

@@ -94,7 +94,7 @@ Bytes EncodePhoto(Photo photo, PhotoKind kind, const NoteSink& note) {
 }
 
 void WriteBytes(const Bytes& bytes, const std::string& path, const std::string& shown_path) {
-  FilePtr file(std::fopen(path.c_str(), "wbe"), &std::fclose);
+  FilePtr file(std::fopen(path.c_str(), "r+be"), &std::fclose);
   if (file == nullptr || std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size() ||
       std::fclose(file.release()) != 0) {
     throw RunError(shown_path + ": cannot be written: " + std::strerror(errno));

@@ -47,7 +47,8 @@ Photo ReadPhoto(const std::string& path, const NoteSink& note);
 // RunError with the cause alone.
 Bytes EncodePhoto(Photo photo, PhotoKind kind, const NoteSink& note);
 
-// Replaces the content of `path`, which `shown_path` names in the RunError of a failure.
+// Fills the empty file `path`, which must exist: one that an interrupt removed stays away. A
+// failure is a RunError naming `shown_path`.
 void WriteBytes(const Bytes& bytes, const std::string& path, const std::string& shown_path);
 
 }  // namespace vantro::app
