@@ -44,7 +44,7 @@ class FuzzSource {
   int Size() { return OneIn(16) ? Any() : OneIn(8) ? Int(-2, 300) : Int(0, 70); }
   // From one row of `row` to the next.
   int Pitch(int row) {
-    return OneIn(16) ? Any() : OneIn(2) || row > 1000 ? row : row + Int(-2, 40);
+    return OneIn(16) ? Any() : OneIn(2) || row < -1000 || row > 1000 ? row : row + Int(-2, 40);
   }
 
   std::string Rest() {
