@@ -101,78 +101,68 @@ std::vector<Size> PlaneSizes(Random& random) {
   return sizes;
 }
 
-void AppendBgr(Bytes& out, int y, int u, int v) {
-  const RGBCOLOR c =
-      yuvTorgb(static_cast<uint8_t>(y), static_cast<uint8_t>(u), static_cast<uint8_t>(v));
-  for (int channel : {c.blue, c.green, c.red}) out.push_back(static_cast<uint8_t>(channel));
+std::ostream& operator<<(std::ostream& out, const Size& s) {
+  return out << s.width << "/" << s.stride << "x" << s.height;
 }
 
-TEST(PlaneConversion, Nv21ToBgr) {
+using Yuv = std::array<uint8_t, 3>;
+
+// Rows of three bytes a pixel of the luma and chroma that yuv(x, y) gives.
+template <typename Pixel>
+Bytes BgrOf(const Size& s, Pixel yuv) {
+  Bytes bgr;
+  for (int y = 0; y < s.height; ++y) {
+    for (int x = 0; x < s.width; ++x) {
+      const Yuv from = yuv(x, y);
+      const RGBCOLOR c = yuvTorgb(from[0], from[1], from[2]);
+      for (int channel : {c.blue, c.green, c.red}) bgr.push_back(static_cast<uint8_t>(channel));
+    }
+  }
+  return bgr;
+}
+TEST(PlaneConversion, ToBgr) {
   Random random(1);
   for (const Size& s : PlaneSizes(random)) {
-    SCOPED_TRACE(testing::Message() << s.width << "/" << s.stride << "x" << s.height);
+    SCOPED_TRACE(s);
     const int pairs = s.width / 2, rows = s.height / 2;
     const Bytes src = random.Noise(Area(s.stride, s.height + rows));
-    Bytes expected;
-    for (int y = 0; y < s.height; ++y) {
-      for (int x = 0; x < s.width; ++x) {
-        int u = 128, v = 128;
-        if (pairs > 0 && rows > 0) {
-          const size_t pair = Area(s.stride, s.height + std::min(y / 2, rows - 1)) +
-                              static_cast<size_t>(2 * std::min(x / 2, pairs - 1));
-          v = src[pair];
-          u = src[pair + 1];
-        }
-        AppendBgr(expected, src[Area(s.stride, y) + static_cast<size_t>(x)], u, v);
-      }
-    }
-    ExpectPlane(src, Bytes(expected.size()), expected, 3 * s.width, [&](auto* from, auto* to) {
+    const auto at = [&](int row, int column) {
+      return src[Area(s.stride, row) + static_cast<size_t>(column)];
+    };
+    const Bytes nv21 = BgrOf(s, [&](int x, int y) {
+      if (pairs == 0 || rows == 0) return Yuv{at(y, x), 128, 128};
+      const int row = s.height + std::min(y / 2, rows - 1), pair = 2 * std::min(x / 2, pairs - 1);
+      return Yuv{at(y, x), at(row, pair + 1), at(row, pair)};
+    });
+    ExpectPlane(src, Bytes(nv21.size()), nv21, 3 * s.width, [&](auto* from, auto* to) {
       EXPECT_EQ(NV21ToRGB(from, s.stride, s.width, s.height, to), 0);
     });
-  }
-}
 
-TEST(PlaneConversion, UyvyRowsToBgr) {
-  Random random(2);
-  for (const Size& s : PlaneSizes(random)) {
-    SCOPED_TRACE(testing::Message() << s.width << "/" << s.stride << "x" << s.height);
-    const Bytes src = random.Noise(Area(2 * s.stride, s.height));
+    const Bytes packed = random.Noise(Area(2 * s.stride, s.height));
     const int begin = random.Int(0, s.height - 1), end = random.Int(begin, s.height);
-    const Bytes before = random.Noise(Area(3 * s.width, s.height));
-    Bytes expected(before.begin(), before.begin() + 3 * s.width * begin);
-    for (int y = begin; y < end; ++y) {
-      const uint8_t* const row = src.data() + Area(2 * s.stride, y);
-      for (int x = 0; x < s.width; ++x) {
-        const uint8_t* const group = row + x / 2 * 4;
-        // The last group of an odd row has no V of its own.
-        const bool whole = x / 2 * 2 + 1 < s.width;
-        const int v = whole ? group[2] : (x > 0 ? group[-2] : 128);
-        AppendBgr(expected, group[x % 2 == 0 ? 1 : 3], group[0], v);
-      }
-    }
-    expected.insert(expected.end(), before.begin() + 3 * s.width * end, before.end());
-    ExpectPlane(src, before, expected, 3 * s.width, [&](auto* from, auto* to) {
+    Bytes uyvy = BgrOf(s, [&](int x, int y) {
+      const uint8_t* const group = packed.data() + Area(2 * s.stride, y) + x / 2 * 4;
+      // The last group of an odd row has no V of its own.
+      const bool whole = x / 2 * 2 + 1 < s.width;
+      const uint8_t v = whole ? group[2] : x > 0 ? group[-2] : uint8_t{128};
+      return Yuv{group[x % 2 == 0 ? 1 : 3], group[0], v};
+    });
+    const Bytes before(uyvy.size(), 0x33);
+    std::fill_n(uyvy.begin(), 3 * s.width * begin, uint8_t{0x33});
+    std::fill(uyvy.begin() + 3 * s.width * end, uyvy.end(), uint8_t{0x33});
+    ExpectPlane(packed, before, uyvy, 3 * s.width, [&](auto* from, auto* to) {
       EXPECT_EQ(UYVYToRGB(from, s.stride, s.width, begin, end, to), 0);
     });
-  }
-}
 
-TEST(PlaneConversion, Planar422ToBgr) {
-  Random random(3);
-  for (const Size& s : PlaneSizes(random)) {
-    SCOPED_TRACE(testing::Message() << s.width << "x" << s.height);
-    const int pairs = s.width / 2;
     const size_t luma = Area(s.width, s.height);
-    const Bytes src = random.Noise(luma + luma / 2 + Area(pairs, s.height));
-    Bytes expected;
-    for (int y = 0; y < s.height; ++y) {
-      for (int x = 0; x < s.width; ++x) {
-        const size_t pair = luma + Area(pairs, y) + static_cast<size_t>(std::min(x / 2, pairs - 1));
-        AppendBgr(expected, src[Area(s.width, y) + static_cast<size_t>(x)],
-                  pairs > 0 ? src[pair] : 128, pairs > 0 ? src[pair + luma / 2] : 128);
-      }
-    }
-    ExpectPlane(src, Bytes(expected.size()), expected, 3 * s.width, [&](auto* from, auto* to) {
+    const Bytes planar = random.Noise(luma + luma / 2 + Area(pairs, s.height));
+    const Bytes yv16 = BgrOf(s, [&](int x, int y) {
+      const uint8_t sample = planar[Area(s.width, y) + static_cast<size_t>(x)];
+      if (pairs == 0) return Yuv{sample, 128, 128};
+      const size_t pair = luma + Area(pairs, y) + static_cast<size_t>(std::min(x / 2, pairs - 1));
+      return Yuv{sample, planar[pair], planar[pair + luma / 2]};
+    });
+    ExpectPlane(planar, Bytes(yv16.size()), yv16, 3 * s.width, [&](auto* from, auto* to) {
       EXPECT_EQ(YV16ToRGB(from, s.width, s.height, to), 0);
     });
   }
@@ -188,7 +178,7 @@ Triple StudioRange(int y, int u, int v) {
 TEST(PlaneConversion, I420ToRgbLeavesOddEdgesUnwritten) {
   Random random(4);
   for (const Size& s : PlaneSizes(random)) {
-    SCOPED_TRACE(testing::Message() << s.width << "/" << s.stride << "x" << s.height);
+    SCOPED_TRACE(s);
     const size_t luma = Area(s.stride, s.height);
     const Bytes src = random.Noise(luma + luma / 4 + Area(s.stride / 2, s.height / 2));
     const int dst_stride = s.width + random.Int(0, 2);
@@ -233,7 +223,7 @@ TEST(PlaneConversion, I420ToRgbEqualsItsFormulaForEveryChroma) {
 TEST(PlaneConversion, BgrToUyvyAndNv21) {
   Random random(5);
   for (const Size& s : PlaneSizes(random)) {
-    SCOPED_TRACE(testing::Message() << s.width << "/" << s.stride << "x" << s.height);
+    SCOPED_TRACE(s);
     const Bytes src = random.Noise(Area(3 * s.width, s.height));
     const int rows = s.height / 2;
     const Bytes packed = random.Noise(Area(2 * s.stride, s.height));
