@@ -8,8 +8,6 @@
 
 #include "vantro/bounded.h"
 
-extern "C" int FormatFromC(char* text, size_t capacity);
-
 namespace vantro::test {
 namespace {
 
@@ -94,12 +92,6 @@ TEST(BoundedStream, HelperTellsLackOfRoomFromABadFormat) {
   EXPECT_EQ(Helper(bytes, 8, nullptr), -1);
   EXPECT_EQ(Helper(nullptr, 8, "x"), -1);
   EXPECT_STREQ(bytes, "--------");
-}
-
-TEST(BoundedStream, HeadersServeC) {
-  char text[32];
-  EXPECT_EQ(FormatFromC(text, sizeof(text)), 9);
-  EXPECT_STREQ(text, "7 of nine");
 }
 
 }  // namespace

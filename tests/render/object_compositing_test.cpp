@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <limits>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/render/plain_frames.h"
 #include "tests/support/failing_malloc.h"
@@ -114,37 +116,29 @@ TEST(Compositing, ChoosesThePathByTheSizes) {
   using Names = std::vector<std::string>;
   const struct {
     int mask_size, crop_width, crop_height;
-    Names labels;
-    Names events;
-  } kCases[] = {
-      {16,
-       128,
-       128,  //
-       {"up_scale_context_1_4x4", "up_scale_context_2_4x4"},
-       {"+cxt->maskup:16385", "+crop_mask_d4x4:1024", "-crop_mask_d4x4", "-cxt->maskup"}},
-      {32,
-       128,
-       128,  //
-       {"up_scale_context_1_2x2", "up_scale_context_2_2x2"},
-       {"+cxt->maskup:16385", "+crop_mask_d2x2:4096", "-crop_mask_d2x2", "-cxt->maskup"}},
-      {16,
-       126,
-       128,  //
-       {"up_scale_context_1_2x2", "up_scale_context_2_2x2"},
-       {"+cxt->maskup:16129", "+crop_mask_d2x2:4032", "-crop_mask_d2x2", "-cxt->maskup"}},
-      {16, 128, 127, {"up_scale_context_1"}, {"+cxt->maskup:16257", "-cxt->maskup"}},
-      {64, 128, 128, {"up_scale_context_1"}, {"+cxt->maskup:16385", "-cxt->maskup"}},
-  };
+    std::string maskup, reduced;  // bytes of each block, none for a resize in one step
+    std::string filter;
+  } kCases[] = {{16, 128, 128, "16385", "1024", "4x4"},
+                {32, 128, 128, "16385", "4096", "2x2"},
+                {16, 126, 128, "16129", "4032", "2x2"},
+                {16, 128, 127, "16257", "", ""},
+                {64, 128, 128, "16385", "", ""}};
   Random random(52);
   for (const auto& path : kCases) {
     const CROP_BOX box{2, 1 + path.crop_height, 4, 3 + path.crop_width, 0};
     Scene scene(random, 140, 140, 0, path.mask_size, box);
     LogCapture log;
     EXPECT_EQ(scene.Render(7, 0, 0), 0);
-    Names labels = path.labels;
-    labels.push_back("Grayeffect_Alpha_YUV_");
+    Names labels = {"up_scale_context_1", "Grayeffect_Alpha_YUV_"};
+    Names events = {"+cxt->maskup:" + path.maskup, "-cxt->maskup"};
+    if (!path.filter.empty()) {
+      labels[0] += "_" + path.filter;
+      labels.insert(labels.begin() + 1, "up_scale_context_2_" + path.filter);
+      const std::string name = "crop_mask_d" + path.filter;
+      events.insert(events.begin() + 1, {"+" + name + ":" + path.reduced, "-" + name});
+    }
     EXPECT_EQ(log.timing_labels(), labels);
-    EXPECT_EQ(scene.pool.events, path.events);
+    EXPECT_EQ(scene.pool.events, events);
     EXPECT_EQ(scene.cxt.print_log, 7);
   }
 }
@@ -177,34 +171,22 @@ TEST(Compositing, RefusesBadInput) {
   Scene scene(random, 40, 40, 0, 8, CROP_BOX{0, 39, 0, 39, 0});
   LogCapture log;
   EXPECT_EQ(VantroObject(nullptr, 1, 1, 1, scene.record), -2006);
+  const Vantro_t good = scene.record;
+  std::vector<Vantro_t> bad;
+  const std::pair<int32_t Vantro_t::*, int32_t> kFields[] = {
+      {&Vantro_t::width, 0},  {&Vantro_t::width, 41},  {&Vantro_t::width, -40},
+      {&Vantro_t::height, 0}, {&Vantro_t::height, 41}, {&Vantro_t::maskw, 0},
+      {&Vantro_t::maskh, 0},  {&Vantro_t::maskh, -8}};
+  for (const auto& [field, value] : kFields) bad.emplace_back(good).*field = value;
+  bad.emplace_back(good).mask = nullptr;
   constexpr int kLowest = std::numeric_limits<int>::min();
   constexpr int kHighest = std::numeric_limits<int>::max();
-  const std::function<void(Vantro_t&)> kSpoilers[] = {
-      [](Vantro_t& r) { r.width = 0; },
-      [](Vantro_t& r) { r.height = 0; },
-      [](Vantro_t& r) { r.width = 41; },
-      [](Vantro_t& r) { r.height = 41; },
-      [](Vantro_t& r) { r.width = -40; },
-      [](Vantro_t& r) { r.maskw = 0; },
-      [](Vantro_t& r) { r.maskh = 0; },
-      [](Vantro_t& r) { r.maskh = -8; },
-      [](Vantro_t& r) { r.mask = nullptr; },
-      [](Vantro_t& r) { r.crop_param.crop_left = -1; },
-      [](Vantro_t& r) { r.crop_param.crop_top = -1; },
-      [](Vantro_t& r) { r.crop_param.crop_right = 40; },
-      [](Vantro_t& r) { r.crop_param.crop_bottom = 40; },
-      [](Vantro_t& r) {
-        r.crop_param = {0, 39, 39, 38, 0};
-      },
-      [](Vantro_t& r) {
-        r.crop_param = {kHighest, kLowest, 0, 39, 0};
-      },
-  };
-  for (size_t i = 0; i < std::size(kSpoilers); ++i) {
-    const Vantro_t good = scene.record;
-    kSpoilers[i](scene.record);
-    EXPECT_EQ(scene.Render(1, 1, 1), -2006) << i;
-    scene.record = good;
+  const CROP_BOX kBoxes[] = {{0, 39, -1, 39, 0}, {-1, 39, 0, 39, 0}, {0, 39, 0, 40, 0},
+                             {0, 40, 0, 39, 0},  {0, 39, 39, 38, 0}, {kHighest, kLowest, 0, 39, 0}};
+  for (const CROP_BOX& box : kBoxes) bad.emplace_back(good).crop_param = box;
+  for (const Vantro_t& record : bad) {
+    scene.record = record;
+    EXPECT_EQ(scene.Render(1, 1, 1), -2006) << testing::PrintToString(record);
   }
   EXPECT_EQ(scene.cxt.print_log, 0);
   EXPECT_EQ(scene.cxt.maskupwidth, 0);
@@ -213,34 +195,15 @@ TEST(Compositing, RefusesBadInput) {
   EXPECT_THAT(log.lines(), ElementsAre());
 }
 
-// Every request for memory in turn, of the pool and of the heap: -1, the frame as it was, nothing
-// held.
-TEST(Compositing, GivesUpWithoutMemory) {
+TEST(Compositing, GivesUpWithoutMemoryForTheDump) {
   Random random(55);
-  for (const int mask_size : {8, 20, 64}) {
-    Scene scene(random, 64, 64, 0, mask_size, CROP_BOX{0, 63, 0, 63, 0});
-    const int pool_requests = mask_size < 32 ? 2 : 1;
-    for (int fail_at = 0; fail_at < pool_requests; ++fail_at) {
-      scene.pool.FailAt(scene.pool.allocations() + fail_at);
-      EXPECT_EQ(scene.Render(1, 1, 0), -1);
-    }
-    scene.pool.FailAt(-1);
-    // The pool's own blocks come from the heap too; then the two tables of the resize.
-    for (const int table : {0, 1}) {
-      const FailingMalloc heap(pool_requests + table);
-      LogCapture log;
-      EXPECT_EQ(scene.Render(), -1);
-      EXPECT_THAT(log.lines(), ElementsAre(LogLine{6, "QZA_MVANTRO", "Resize 595 malloc error!"}));
-      EXPECT_EQ(heap.live(), 0);
-    }
-    const FailingMalloc heap(pool_requests + 2);  // the mask's image for the dump
-    LogCapture log;
-    EXPECT_EQ(scene.Render(0, 1, 0), -1);
-    EXPECT_THAT(log.lines(), ElementsAre(LogLine{4, "QZA_MVANTRO", "A is malloc failed! \n"}));
-    EXPECT_TRUE(scene.untouched());
-    EXPECT_EQ(scene.cxt.maskup, nullptr);
-    EXPECT_EQ(scene.pool.live(), 0u);
-  }
+  Scene scene(random, 64, 64, 0, 64, CROP_BOX{0, 63, 0, 63, 0});
+  const FailingMalloc heap(3);  // behind the pool's block and the two tables of the resize
+  LogCapture log;
+  EXPECT_EQ(scene.Render(0, 1, 0), -1);
+  EXPECT_THAT(log.lines(), ElementsAre(LogLine{4, "QZA_MVANTRO", "A is malloc failed! \n"}));
+  EXPECT_TRUE(scene.untouched());
+  EXPECT_EQ(scene.cxt.maskup, nullptr);
 }
 
 }  // namespace

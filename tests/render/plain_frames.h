@@ -57,40 +57,32 @@ struct Picture {
   // Greys the rectangle; `pairs` neutralises whole chroma pairs, otherwise single bytes.
   Bytes Effect(const uint8_t* curve, const Rect_t& rect, bool pairs, const Keep& keep) const {
     Bytes out = bytes;
-    const auto right = std::min<int64_t>(int64_t{rect.x} + rect.width, stride);
+    const bool packed = format == VANTRO_FORMAT_UYVY;
+    if (!packed && format != VANTRO_FORMAT_NV21 && format != VANTRO_FORMAT_NV12) return out;
+    const auto set = [&](int64_t at, uint8_t value) { out.at(static_cast<size_t>(at)) = value; };
+    const auto left = std::max<int64_t>(rect.x, 0);
+    auto right = std::min<int64_t>(int64_t{rect.x} + rect.width, stride);
     const auto bottom = std::min<int64_t>(int64_t{rect.y} + rect.height, height);
+    // Groups of two pixels begin at the left edge; the first pixel speaks for both.
+    if (packed && right > left) right = std::min<int64_t>(right + (right - left) % 2, stride);
     for (int64_t r = std::max(rect.y, 0); r < bottom; ++r) {
-      if (format == VANTRO_FORMAT_UYVY) {
-        GreyPackedRow(&out, curve, r, std::max(rect.x, 0), right, keep);
-      } else if (format == VANTRO_FORMAT_NV21 || format == VANTRO_FORMAT_NV12) {
-        for (int64_t c = std::max(rect.x, 0); c < right; ++c) {
-          uint8_t& luma = out[static_cast<size_t>(r * stride + c)];
-          luma = curve[luma];
-          if (keep(r, c) || r / 2 >= height / 2) continue;
-          const int64_t first = (height + r / 2) * stride + (pairs ? c / 2 * 2 : c);
-          for (int64_t at = first; at < first + (pairs ? 2 : 1); ++at) {
-            if (static_cast<size_t>(at) < out.size()) out[static_cast<size_t>(at)] = 128;
-          }
+      for (int64_t c = left; c < right; ++c) {
+        const int64_t at = r * stride + c;
+        const int64_t luma = packed ? 2 * at + 1 : at;
+        set(luma, curve[bytes[static_cast<size_t>(luma)]]);
+        if (keep(r, packed ? c - (c - left) % 2 : c)) continue;
+        if (packed) {
+          set(2 * at, 128);
+        } else if (r / 2 < height / 2) {
+          const int64_t chroma = (height + r / 2) * stride;
+          set(chroma + (pairs ? c / 2 * 2 : c), 128);
+          // The pair of a last, odd column may lie partly behind the frame.
+          const int64_t second = chroma + c / 2 * 2 + 1;
+          if (pairs && static_cast<size_t>(second) < out.size()) set(second, 128);
         }
       }
     }
     return out;
-  }
-
- private:
-  void GreyPackedRow(Bytes* out, const uint8_t* curve, int64_t r, int64_t left, int64_t right,
-                     const Keep& keep) const {
-    for (int64_t group = 2 * left; group < 2 * right; group += 4) {
-      const bool kept = keep(r, group / 2);
-      for (int64_t at = group; at < std::min<int64_t>(group + 4, 2 * stride); ++at) {
-        uint8_t& byte = (*out)[static_cast<size_t>(r * stride * 2 + at)];
-        if ((at - group) % 2 != 0) {
-          byte = curve[byte];
-        } else if (!kept) {
-          byte = 128;
-        }
-      }
-    }
   }
 };
 

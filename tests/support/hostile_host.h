@@ -59,17 +59,12 @@ inline int32_t HostileSegment(const SegmentCall& call, int32_t mask_width, int32
   for (int y = 0; y < mask_height && kind != 0; ++y) {
     for (int x = 0; x < mask_width; ++x) {
       uint8_t& pixel = call.mask_out[y * mask_width + x];
-      switch (kind) {
-        case 1:
-          pixel = static_cast<uint8_t>(below(256));
-          break;
-        case 2:
-          pixel = static_cast<uint8_t>(below(2));
-          break;
-        default:  // blocks
-          pixel = x % cell != 0   ? call.mask_out[y * mask_width + x - 1]
-                  : y % cell != 0 ? call.mask_out[(y - 1) * mask_width + x]
-                                  : static_cast<uint8_t>(below(kind - 1));
+      if (kind <= 2) {
+        pixel = static_cast<uint8_t>(below(kind == 1 ? 256 : 2));
+      } else {  // blocks
+        pixel = x % cell != 0   ? call.mask_out[y * mask_width + x - 1]
+                : y % cell != 0 ? call.mask_out[(y - 1) * mask_width + x]
+                                : static_cast<uint8_t>(below(kind - 1));
       }
     }
   }
@@ -169,19 +164,11 @@ class HostileHost {
   }
 
   void Spoil(Vantro_t& record) {
-    switch (source_.Int(0, 3)) {
-      case 0:
-        record.yuv = nullptr;
-        break;
-      case 1:
-        record.last_yuv = photo_ ? record.yuv : nullptr;
-        break;
-      case 2:
-        record.width = source_.Int(-3, 1);
-        break;
-      default:
-        record.height = source_.Int(-3, 1);
-    }
+    const int field = source_.Int(0, 3);
+    if (field == 0) record.yuv = nullptr;
+    if (field == 1) record.last_yuv = photo_ ? record.yuv : nullptr;
+    if (field == 2) record.width = source_.Int(-3, 1);
+    if (field == 3) record.height = source_.Int(-3, 1);
   }
 
   void* handle_;
