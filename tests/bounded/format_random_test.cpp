@@ -82,8 +82,9 @@ void CompareBoth(Random& random, const std::string& format, Args... args) {
   const int result = sprintf_s(text, static_cast<size_t>(capacity), format.c_str(), args...);
   ASSERT_TRUE(guarded.front_intact()) << format;
   ASSERT_EQ(result, capacity > length ? length : -1) << format << " for " << expected;
-  const std::string whole =
-      capacity > length ? std::string(expected, length + 1u) : std::string(1, '\0');
+  const std::string whole = capacity > length
+                                ? std::string(expected, static_cast<size_t>(length) + 1)
+                                : std::string(1, '\0');
   if (capacity == 0) return;
   ASSERT_EQ(std::string(text, whole.size()), whole) << format;
 }
