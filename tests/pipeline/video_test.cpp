@@ -281,8 +281,13 @@ TEST_F(Video, RefusesBadInputWithoutACount) {
     char pointers[100];
     std::snprintf(pointers, sizeof(pointers), "p_kc_para->yuv is [%p],p_kc_para->last_yuv is [%p]",
                   static_cast<void*>(bad.yuv), static_cast<void*>(bad.last_yuv));
-    EXPECT_THAT(log_.lines(), ElementsAre(LogLine{6, "QZA_MVANTRO", "input data is error!!!\n"},
-                                          LogLine{6, "QZA_MVANTRO", pointers}));
+    // The new worker may report meanwhile that it could not be placed on its CPUs.
+    std::vector<LogLine> lines = log_.lines();
+    std::erase_if(lines, [](const LogLine& line) {
+      return line.text.find("Thead") != std::string::npos;
+    });
+    EXPECT_THAT(lines, ElementsAre(LogLine{6, "QZA_MVANTRO", "input data is error!!!\n"},
+                                   LogLine{6, "QZA_MVANTRO", pointers}));
   }
   EXPECT_EQ(script().processes, 0);
 }
