@@ -283,9 +283,8 @@ TEST_F(Video, RefusesBadInputWithoutACount) {
                   static_cast<void*>(bad.yuv), static_cast<void*>(bad.last_yuv));
     // The new worker may report meanwhile that it could not be placed on its CPUs.
     std::vector<LogLine> lines = log_.lines();
-    std::erase_if(lines, [](const LogLine& line) {
-      return line.text.find("Thead") != std::string::npos;
-    });
+    std::erase_if(lines,
+                  [](const LogLine& line) { return line.text.find("Thead") != std::string::npos; });
     EXPECT_THAT(lines, ElementsAre(LogLine{6, "QZA_MVANTRO", "input data is error!!!\n"},
                                    LogLine{6, "QZA_MVANTRO", pointers}));
   }
