@@ -181,8 +181,9 @@ VANTRO_API void resizeYInteger(const unsigned char* src, unsigned char* dst, int
 
 // Truncated means of 4x4 blocks: a plane, and a semi-planar frame (means of each chroma byte over
 // 4x4 pairs; luma and chroma rows are written dstW bytes apart, chroma starts at dstStride*dstH).
-// Blocks beyond srcW are taken from the room behind the rows, which all rows must then have. Nothing
-// is written where the stride has no room for 4*dstW columns or the source has not 4*dstH rows.
+// Blocks beyond srcW are taken from the room behind the rows, which all rows must then have.
+// Nothing is written where the stride has no room for 4*dstW columns or the source has not 4*dstH
+// rows.
 VANTRO_API void resizeY16X(const unsigned char* src, int srcW, int srcH, int srcStride,
                            unsigned char* dst, int dstW, int dstH, int dstStride);
 VANTRO_API void resizeNV1216X(const unsigned char* src, int srcW, int srcH, int srcStride,
