@@ -106,59 +106,87 @@ HWY_INLINE void ColumnVector(D d, RowPair pair, ptrdiff_t x, const ExpansionKern
   hn::StoreU(t2, d, rows.t2 + x);
 }
 
-// The six weighted sums of a vector of pixels.
+// The six weighted sums of a vector of pixels; b1 and b4 as doubles, in two halves.
 template <class D>
 struct PixelSums {
-  hn::Vec<D> b1, b2, b3, b4, b5, b6;
+  hn::Vec<hn::Repartition<double, D>> b1[2], b4[2];
+  hn::Vec<D> b2, b3, b5, b6;
 };
 
 template <class D>
 HWY_INLINE PixelSums<D> StartSums(D d, const MomentRows& rows, ptrdiff_t x, float g0) {
+  const hn::Repartition<double, D> dd;
+  const hn::Half<D> half;
   const auto g = hn::Set(d, g0);
-  const auto zero = hn::Zero(d);
-  return {hn::Mul(hn::LoadU(d, rows.t0 + x), g), zero, hn::Mul(hn::LoadU(d, rows.t1 + x), g), zero,
-          hn::Mul(hn::LoadU(d, rows.t2 + x), g), zero};
+  const auto t0 = hn::Mul(hn::LoadU(d, rows.t0 + x), g);
+  return {{hn::PromoteTo(dd, hn::LowerHalf(half, t0)), hn::PromoteTo(dd, hn::UpperHalf(half, t0))},
+          {hn::Zero(dd), hn::Zero(dd)},
+          hn::Zero(d),
+          hn::Mul(hn::LoadU(d, rows.t1 + x), g),
+          hn::Mul(hn::LoadU(d, rows.t2 + x), g),
+          hn::Zero(d)};
 }
 
 template <class D>
 HWY_INLINE void AddOffset(D d, const MomentRows& rows, ptrdiff_t x, ptrdiff_t k,
                           const ExpansionKernel& kernel, PixelSums<D>& sums) {
   using V = hn::Vec<D>;
-  const hn::Rebind<double, D> dd;
+  const hn::Repartition<double, D> dd;
+  const hn::Half<D> half;
   const V g = hn::Set(d, kernel.g[k]);
   const V xg = hn::Set(d, kernel.xg[k]);
   const V left0 = hn::LoadU(d, rows.t0 + x - k);
   const V right0 = hn::LoadU(d, rows.t0 + x + k);
+  const V both0 = hn::Add(right0, left0);
+  const auto wide_g = hn::Set(dd, static_cast<double>(kernel.g[k]));
+  const auto wide_xxg = hn::Set(dd, static_cast<double>(kernel.xxg[k]));
+  const auto lower = hn::PromoteTo(dd, hn::LowerHalf(half, both0));
+  const auto upper = hn::PromoteTo(dd, hn::UpperHalf(half, both0));
+  // The product of two single-precision numbers is exact in a double, fused or not.
+  const auto add = [&](const auto& sum, const auto& tg, const auto& weight) HWY_ATTR {
+    return hn::PromoteTo(dd, hn::DemoteTo(half, hn::MulAdd(tg, weight, sum)));
+  };
+  sums.b1[0] = add(sums.b1[0], lower, wide_g);
+  sums.b1[1] = add(sums.b1[1], upper, wide_g);
+  sums.b4[0] = add(sums.b4[0], lower, wide_xxg);
+  sums.b4[1] = add(sums.b4[1], upper, wide_xxg);
+  sums.b2 = hn::Add(sums.b2, hn::Mul(hn::Sub(right0, left0), xg));
   const V left1 = hn::LoadU(d, rows.t1 + x - k);
   const V right1 = hn::LoadU(d, rows.t1 + x + k);
-  const V both2 = hn::Add(hn::LoadU(d, rows.t2 + x + k), hn::LoadU(d, rows.t2 + x - k));
-  const auto tg = hn::PromoteTo(dd, hn::Add(right0, left0));
-  const auto p1 = hn::Mul(tg, hn::Set(dd, static_cast<double>(kernel.g[k])));
-  const auto p4 = hn::Mul(tg, hn::Set(dd, static_cast<double>(kernel.xxg[k])));
-  sums.b1 = hn::DemoteTo(d, hn::Add(hn::PromoteTo(dd, sums.b1), p1));
-  sums.b4 = hn::DemoteTo(d, hn::Add(hn::PromoteTo(dd, sums.b4), p4));
-  sums.b2 = hn::Add(sums.b2, hn::Mul(hn::Sub(right0, left0), xg));
   sums.b3 = hn::Add(sums.b3, hn::Mul(hn::Add(right1, left1), g));
   sums.b6 = hn::Add(sums.b6, hn::Mul(hn::Sub(right1, left1), xg));
+  const V both2 = hn::Add(hn::LoadU(d, rows.t2 + x + k), hn::LoadU(d, rows.t2 + x - k));
   sums.b5 = hn::Add(sums.b5, hn::Mul(both2, g));
 }
 
 template <class D>
 HWY_INLINE void StoreCoefficients(D d, const PixelSums<D>& sums, const ExpansionKernel& kernel,
                                   float* dst) {
+  const hn::Half<D> half;
+  const auto single = [&](const auto& wide) HWY_ATTR {
+    return hn::Combine(d, hn::DemoteTo(half, wide[1]), hn::DemoteTo(half, wide[0]));
+  };
   const auto ig11 = hn::Set(d, kernel.ig11);
   const auto ig33 = hn::Set(d, kernel.ig33);
-  const auto b1_share = hn::Mul(sums.b1, hn::Set(d, kernel.ig03));
+  const auto b1_share = hn::Mul(single(sums.b1), hn::Set(d, kernel.ig03));
   StoreFive(d, hn::Mul(sums.b3, ig11), hn::Mul(sums.b2, ig11),
-            hn::Add(b1_share, hn::Mul(sums.b5, ig33)), hn::Add(b1_share, hn::Mul(sums.b4, ig33)),
+            hn::Add(b1_share, hn::Mul(sums.b5, ig33)),
+            hn::Add(b1_share, hn::Mul(single(sums.b4), ig33)),
             hn::Mul(sums.b6, hn::Set(d, kernel.ig55)), dst);
 }
 
-// Two vectors at once, from columns x and x2 on: the steps of one sum wait for each other. `d` has
-// as many lanes as a vector of doubles.
 template <class D>
-HWY_INLINE void TwoPixelVectors(D d, const MomentRows& rows, ptrdiff_t x, ptrdiff_t x2,
-                                const ExpansionKernel& kernel, float* dst) {
+HWY_INLINE void OneVector(D d, const MomentRows& rows, ptrdiff_t x, const ExpansionKernel& kernel,
+                          float* dst) {
+  PixelSums<D> sums = StartSums(d, rows, x, kernel.g[0]);
+  for (ptrdiff_t k = 1; k <= kernel.reach; ++k) AddOffset(d, rows, x, k, kernel, sums);
+  StoreCoefficients(d, sums, kernel, dst + 5 * x);
+}
+
+template <class D>
+HWY_INLINE void TwoVectors(D d, const MomentRows& rows, ptrdiff_t x, const ExpansionKernel& kernel,
+                           float* dst) {
+  const ptrdiff_t x2 = x + static_cast<ptrdiff_t>(hn::Lanes(d));
   PixelSums<D> sums = StartSums(d, rows, x, kernel.g[0]);
   PixelSums<D> sums2 = StartSums(d, rows, x2, kernel.g[0]);
   for (ptrdiff_t k = 1; k <= kernel.reach; ++k) {
@@ -167,6 +195,20 @@ HWY_INLINE void TwoPixelVectors(D d, const MomentRows& rows, ptrdiff_t x, ptrdif
   }
   StoreCoefficients(d, sums, kernel, dst + 5 * x);
   StoreCoefficients(d, sums2, kernel, dst + 5 * x2);
+}
+
+// A row of at least one vector; the last vector covers some pixels again.
+template <class D>
+HWY_INLINE void RowOfVectors(D d, const MomentRows& rows, ptrdiff_t width,
+                             const ExpansionKernel& kernel, float* dst) {
+  const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
+  ptrdiff_t x = 0;
+  for (; x + 2 * lanes <= width; x += 2 * lanes) {
+    TwoVectors(d, rows, x, kernel, dst);
+  }
+  for (; x < width; x += lanes) {
+    OneVector(d, rows, HWY_MIN(x, width - lanes), kernel, dst);
+  }
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR
@@ -200,14 +242,9 @@ void Row(const MomentRows& rows, ptrdiff_t width, const ExpansionKernel& kernel,
   RepeatEnds(rows.t1, width, kernel.reach);
   RepeatEnds(rows.t2, width, kernel.reach);
 #if HWY_TARGET != HWY_SCALAR
-  const hn::Rebind<float, hn::ScalableTag<double>> d;
-  const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
-  if (width >= lanes) {
-    // The vectors at the end of the row cover some pixels again.
-    for (ptrdiff_t x = 0; x < width; x += 2 * lanes) {
-      TwoPixelVectors(d, rows, HWY_MIN(x, width - lanes), HWY_MIN(x + lanes, width - lanes), kernel,
-                      dst);
-    }
+  const hn::ScalableTag<float> d;
+  if (width >= static_cast<ptrdiff_t>(hn::Lanes(d))) {
+    RowOfVectors(d, rows, width, kernel, dst);
     return;
   }
 #endif
