@@ -7,6 +7,7 @@ from dataclasses import dataclass, field
 MICROSECONDS = {"ns": 1e-3, "us": 1.0, "ms": 1e3, "s": 1e6}
 VANTRO = "vantro"
 MEMCPY = "memcpy"
+ONE_LANE = "itself at one lane"
 
 # bench/image and bench/motion have names of their own: program -> name before the arguments ->
 # (operation, who). A third entry is the bytes touched, by the arguments.
@@ -138,7 +139,8 @@ def read(folder):
     rows = {}
     context = {}
     for path in sorted(pathlib.Path(folder).glob("*bench*.json")):
-        program = path.stem
+        # A program's second run, its kernels held at one lane, is a peer of its first.
+        program, _, one_lane = path.stem.partition(".")
         report = json.loads(path.read_text(encoding="utf-8"))
         context = report["context"]
         copies = {}
@@ -147,6 +149,7 @@ def read(folder):
             if entry.get("aggregate_name") != "median":
                 continue
             operation, who, case, touched = _translate(program, entry["run_name"])
+            who = ONE_LANE if one_lane else who
             time = entry["cpu_time"] * MICROSECONDS[entry["time_unit"]]
             if operation == MEMCPY:
                 copies[touched] = time

@@ -75,7 +75,7 @@ def evaluate(rows):
         for row in find(operation):
             add(row, "at most OpenCV's linear `resize`", 1.0, row.peer_ratio)
     for row in rows:
-        if row.program == "bench_geometry" and "bilinear" not in row.operation and row.memcpy:
+        if row.program == "bench_geometry" and row.memcpy:
             add(row, "at most 2 x `memcpy`", 2.0, row.memcpy_ratio)
     boxes = find("boxfilter_iter_f")
     for kind in ("whole numbers", "fractions"):
@@ -88,6 +88,8 @@ def evaluate(rows):
         add(row, "at most OpenCV's `GaussianBlur`", 1.0, row.peer_ratio)
     for flow in find("CompareOpticalFlow"):
         add(flow, "at most 500 us (ratio to that)", 1.0, flow.time / 500)
+        if flow.peers:
+            add(flow, "at most a sixth of the time at one lane", 0.17, flow.peer_ratio)
         for row in find("GetFlashFlag"):
             add(row, "at most 1.1 x `CompareOpticalFlow`", 1.1, row.time / flow.time)
     for row in find("MThread_Boot"):
