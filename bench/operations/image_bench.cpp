@@ -53,11 +53,16 @@ constexpr size_t kPacked = 4;
 constexpr size_t kColour = 6;
 constexpr size_t kFloat = 8;
 
-// OpenCV's linear resize, or nearest, of an 8-bit image of `channels` channels or a float plane.
-template <int kType, bool kNearest = false>
+enum class Image { kBytes, kColours, kFloats };
+
+// OpenCV's linear resize, or nearest.
+template <Image kImage, bool kNearest = false>
 void AddOpenCv([[maybe_unused]] const std::string& operation, [[maybe_unused]] Size from,
                [[maybe_unused]] Size to, [[maybe_unused]] size_t half_bytes) {
 #if defined(VANTRO_HAVE_OPENCV)
+  constexpr int kType = kImage == Image::kBytes     ? CV_8UC1
+                        : kImage == Image::kColours ? CV_8UC3
+                                                    : CV_32FC1;
   AddResize(
       operation, from, to, half_bytes,
       [](uint8_t* src, uint8_t* dst, Size s, Size d) {
@@ -105,11 +110,11 @@ void AddChannelResizes() {
             [](uint8_t* src, uint8_t* dst, Size s, Size d) {
               ResizeUchar_upScale2x2(src, dst, s.width, s.height, d.width, d.height);
             });
-  AddOpenCv<CV_8UC1>("ResizeUchar_upScale2x2", kHalf, kFull, kPlane);
+  AddOpenCv<Image::kBytes>("ResizeUchar_upScale2x2", kHalf, kFull, kPlane);
   AddResize("upscale4X", kQuarter, kFull, kPlane, [](uint8_t* src, uint8_t* dst, Size s, Size d) {
     upscale4X(src, dst, s.width, s.height, s.width, d.width, d.height);
   });
-  AddOpenCv<CV_8UC1>("upscale4X", kQuarter, kFull, kPlane);
+  AddOpenCv<Image::kBytes>("upscale4X", kQuarter, kFull, kPlane);
 }
 
 void AddGeometryResizes() {
@@ -117,14 +122,14 @@ void AddGeometryResizes() {
     AddResize("resize", kFull, to, kPlane, [](uint8_t* src, uint8_t* dst, Size s, Size d) {
       resize(src, dst, s.width, s.height, s.width, d.width, d.height);
     });
-    AddOpenCv<CV_8UC1>("resize", kFull, to, kPlane);
+    AddOpenCv<Image::kBytes>("resize", kFull, to, kPlane);
     AddResize("resizeNV21", kFull, to, kNv21, [](uint8_t* src, uint8_t* dst, Size s, Size d) {
       resizeNV21(src, dst, s.width, s.height, s.width, d.width, d.height);
     });
     AddResize("resizeUcharRGB", kFull, to, kColour, [](uint8_t* src, uint8_t* dst, Size s, Size d) {
       resizeUcharRGB(src, dst, s.width, s.height, d.width, d.height);
     });
-    AddOpenCv<CV_8UC3>("resizeUcharRGB", kFull, to, kColour);
+    AddOpenCv<Image::kColours>("resizeUcharRGB", kFull, to, kColour);
     AddResize("resizeUcharRGBChl", kFull, to, kColour,
               [](uint8_t* src, uint8_t* dst, Size s, Size d) {
                 resizeUcharRGBChl(src, dst, s.width, s.height, d.width, d.height);
@@ -137,7 +142,7 @@ void AddGeometryResizes() {
   AddResize("resizeYInteger", kFull, kHalf, kPlane, [](uint8_t* src, uint8_t* dst, Size s, Size d) {
     resizeYInteger(src, dst, s.width, s.height, s.width, d.width, d.height);
   });
-  AddOpenCv<CV_8UC1, true>("resizeYInteger", kFull, kHalf, kPlane);
+  AddOpenCv<Image::kBytes, true>("resizeYInteger", kFull, kHalf, kPlane);
   AddResize("resizeNV21RotateMinus90", kFull, {kHeight, kWidth}, kColour,
             [](uint8_t* src, uint8_t* dst, Size s, Size d) {
               resizeNV21RotateMinus90(src, dst, s.width, s.height, s.width, d.width, d.height);
@@ -177,13 +182,13 @@ void AddFloatResizes() {
                    [](const float* src, float* dst, Size s, Size d) {
                      resizeFloat_Bilinear(src, dst, s.width, s.height, d.width, d.height);
                    });
-    AddOpenCv<CV_32FC1>("resizeFloat_Bilinear", kFull, to, kFloat);
+    AddOpenCv<Image::kFloats>("resizeFloat_Bilinear", kFull, to, kFloat);
   }
   AddFloatResize("Resize_secure", kFull, kLess, 1,
                  [](const float* src, float* dst, Size s, Size d) {
                    Resize_secure(src, dst, s.width, s.height, d.width, d.height);
                  });
-  AddOpenCv<CV_32FC1>("Resize_secure", kFull, kLess, kFloat);
+  AddOpenCv<Image::kFloats>("Resize_secure", kFull, kLess, kFloat);
   AddFloatResize("resizeSpareDisparityNearest", kFull, kLess, 1,
                  [](const float* src, float* dst, Size s, Size d) {
                    resizeSpareDisparityNearest(src, dst, s.width, s.height, d.width, d.height,
