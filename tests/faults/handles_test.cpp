@@ -1,19 +1,22 @@
 // Whole handles when something fails: memory at any request of opening, frames and photos; the
-// worker's thread; and calls that come in the wrong order.
+// worker's thread; the disk under the dumps; and calls that come in the wrong order.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "tests/faults/failing_memory.h"
 #include "tests/support/engine_fixture.h"
+#include "tests/support/failing_malloc.h"
 #include "vantro/vantro.h"
 
 namespace {
 bool no_threads = false;
-}
+int dumps = 0;
+}  // namespace
 
 extern "C" {
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
@@ -21,6 +24,14 @@ int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument) {
   return no_threads ? EAGAIN : __real_pthread_create(thread, attributes, routine, argument);
+}
+
+// The folder of the dumps lies on a full disk.
+std::FILE* __real_fopen(const char* path, const char* mode);
+std::FILE* __wrap_fopen(const char* path, const char* mode) {
+  const bool dump = std::string(path).find("/data/vendor/camera/img/") == 0;
+  if (dump) ++dumps;
+  return __real_fopen(dump ? "/dev/full" : path, mode);
 }
 }
 
@@ -31,130 +42,125 @@ constexpr int kWidth = 96;
 constexpr int kHeight = 64;
 constexpr size_t kFrameBytes = kWidth * kHeight * 3 / 2;
 
-class Handles : public EngineFixture {
- protected:
-  static Vantro_t Record(std::vector<uint8_t>& frame, std::vector<uint8_t>* last) {
-    Vantro_t record = {};
-    record.yuv = frame.data();
-    record.last_yuv = last == nullptr ? nullptr : last->data();
-    record.width = record.stride = kWidth;
-    record.height = kHeight;
-    return record;
-  }
-
-  // Opens, renders a few frames with the first of them again after a reset, closes. Adds the result
-  // of every call to `codes` and, where `pictures` is given, the rendered frames.
-  static void Video(std::vector<int32_t>* codes, std::vector<std::vector<uint8_t>>* pictures) {
-    void* handle = nullptr;
-    codes->push_back(Vantro_Init(&handle, "", FailingMemory::Pool()));
-    std::vector<uint8_t> frames[2];
-    for (int i = 0; i < 6; ++i) {
-      frames[i % 2].assign(kFrameBytes, static_cast<uint8_t>(40 * i));
-      if (i == 0) frames[1].assign(kFrameBytes, 9);
-      Vantro_t record = Record(frames[i % 2], &frames[1 - i % 2]);
-      record.reset_flag = i == 3;
-      codes->push_back(Vantro_Process(handle, &record, nullptr));
-      if (pictures != nullptr) pictures->push_back(frames[1 - i % 2]);
-    }
-    Vantro_Deinit(&handle);
-    EXPECT_EQ(handle, nullptr);
-  }
-
-  static void Photo(std::vector<int32_t>* codes, std::vector<std::vector<uint8_t>>* pictures) {
-    void* handle = nullptr;
-    codes->push_back(VantroPhoto_Init(&handle, "", FailingMemory::Pool()));
-    for (int i = 0; i < 2; ++i) {
-      std::vector<uint8_t> frame(kFrameBytes, static_cast<uint8_t>(90 * i + 50));
-      const Vantro_t record = Record(frame, nullptr);
-      Vantro_t copy = record;
-      codes->push_back(VantroPhoto_Process(handle, &copy, nullptr));
-      if (pictures != nullptr) pictures->push_back(frame);
-    }
-    VantroPhoto_Deinit(&handle);
-    EXPECT_EQ(handle, nullptr);
-  }
-};
-
-// How an Init tells what it could not have.
-struct Refusal {
-  int32_t code;
-  const char* line;
-};
-
-constexpr Refusal kRefusals[] = {
-    {VANTRO_ERR_OPEN, "Vantro_Init cxt malloc fail!!"},
-    {VANTRO_ERR_INPUT, "[vantro] Vantro_Init cxt_ptr->box err!"},
-    {VANTRO_ERR_INPUT, "[vantro] Vantro_Init cxt_ptr->box_vantro err!"},
-    {VANTRO_ERR_INPUT, "[vantro] Vantro_Init cxt_ptr->th_pool err!"},
-    {VANTRO_ERR_OPEN, "cxt_ptr->algoInterface is malloc failed!\n"},
-    {VANTRO_ERR_OPEN, "cxt_ptr->algoInterface  ERROR\n"},
-    {VANTRO_ERR_OPEN, "cxt_ptr->mask is malloc failed\n"},
-    {VANTRO_ERR_OPEN, "cxt_ptr->mask error!\n"},
-    {VANTRO_ERR_OPEN, "cxt_ptr->lastMask error!\n"},
-    {VANTRO_ERR_OPEN, "cxt_ptr->move_flag is malloc failed\n"},
-};
-
-// Exactly one of the lines was logged, and the code is its; or none, for the algorithm context.
-bool IsDocumented(int32_t code, const LogCapture& log) {
-  int logged = 0;
-  bool matches = code == VANTRO_ERR_OPEN;
-  for (const Refusal& refusal : kRefusals) {
-    if (!log.contains(refusal.line)) continue;
-    ++logged;
-    matches = code == refusal.code;
-  }
-  return matches && logged <= 1;
+Vantro_t Record(std::vector<uint8_t>& frame, std::vector<uint8_t>* last) {
+  Vantro_t record = {};
+  record.yuv = frame.data();
+  record.last_yuv = last == nullptr ? nullptr : last->data();
+  record.width = record.stride = kWidth;
+  record.height = kHeight;
+  return record;
 }
 
-using Run = void (*)(std::vector<int32_t>*, std::vector<std::vector<uint8_t>>*);
+// What a run over a handle's life gave.
+struct Trace {
+  std::vector<int32_t> codes;  // of opening and of each frame
+  std::vector<std::vector<uint8_t>> pictures;
+  bool operator==(const Trace&) const = default;
+};
 
-void FailEveryRequest(Run run, LogCapture& log) {
-  std::vector<int32_t> codes;
-  std::vector<std::vector<uint8_t>> expected;
+// Opens, renders a few frames with the first of them again after a reset, closes.
+Trace RunVideo(MemPool* pool) {
+  Trace trace;
+  void* handle = nullptr;
+  trace.codes.push_back(Vantro_Init(&handle, "", pool));
+  std::vector<uint8_t> frames[2];
+  frames[1].assign(kFrameBytes, 9);
+  for (int i = 0; i < 6; ++i) {
+    frames[i % 2].assign(kFrameBytes, static_cast<uint8_t>(40 * i));
+    Vantro_t record = Record(frames[i % 2], &frames[1 - i % 2]);
+    record.reset_flag = i == 3;
+    trace.codes.push_back(Vantro_Process(handle, &record, nullptr));
+    trace.pictures.push_back(frames[1 - i % 2]);
+  }
+  Vantro_Deinit(&handle);
+  EXPECT_EQ(handle, nullptr);
+  return trace;
+}
+
+Trace RunPhoto(MemPool* pool) {
+  Trace trace;
+  void* handle = nullptr;
+  trace.codes.push_back(VantroPhoto_Init(&handle, "", pool));
+  for (const uint8_t luma : {uint8_t{50}, uint8_t{140}}) {
+    std::vector<uint8_t> frame(kFrameBytes, luma);
+    Vantro_t record = Record(frame, nullptr);
+    trace.codes.push_back(VantroPhoto_Process(handle, &record, nullptr));
+    trace.pictures.push_back(frame);
+  }
+  VantroPhoto_Deinit(&handle);
+  EXPECT_EQ(handle, nullptr);
+  return trace;
+}
+
+// Both families.
+class Handles : public EngineFixture,
+                public ::testing::WithParamInterface<Trace (*)(MemPool* pool)> {
+ protected:
+  Trace Run() { return GetParam()(pool_.get()); }
+};
+
+TEST_P(Handles, SurviveEveryFailedRequest) {
+  Trace expected;
   int requests = 0;
   {
-    const FailingMemory memory;
-    run(&codes, &expected);
-    requests = memory.requests();
+    const FailingMalloc memory;
+    expected = Run();
+    requests = static_cast<int>(memory.sizes().size());
     EXPECT_EQ(memory.live(), 0);
   }
-  EXPECT_EQ(codes, std::vector<int32_t>(codes.size(), 0));
+  EXPECT_EQ(expected.codes, std::vector<int32_t>(expected.codes.size(), 0));
   ASSERT_GT(requests, 10);
   for (int at = 0; at < requests; ++at) {
-    for (const auto mode : {FailingMemory::kOnce, FailingMemory::kFromThenOn}) {
+    for (const bool from_then_on : {false, true}) {
       SCOPED_TRACE("request " + std::to_string(at));
-      log.clear();
-      std::vector<int32_t> failed;
+      log_.clear();
+      std::vector<int32_t> codes;
       {
-        const FailingMemory memory(mode, at);
-        run(&failed, nullptr);
+        const FailingMalloc memory(at, from_then_on);
+        codes = Run().codes;
         EXPECT_EQ(memory.live(), 0);
       }
-      if (failed[0] != 0) {  // not opened: every frame is refused
-        EXPECT_TRUE(IsDocumented(failed[0], log)) << failed[0];
-        for (size_t i = 1; i < failed.size(); ++i) EXPECT_EQ(failed[i], VANTRO_ERR_INPUT);
-        continue;
+      const bool opened = codes[0] == 0;
+      if (!opened) {  // every frame is refused
+        const bool input = log_.contains("[vantro] Vantro_Init cxt_ptr->box err!") ||
+                           log_.contains("[vantro] Vantro_Init cxt_ptr->box_vantro err!") ||
+                           log_.contains("[vantro] Vantro_Init cxt_ptr->th_pool err!");
+        EXPECT_EQ(codes[0], input ? VANTRO_ERR_INPUT : VANTRO_ERR_OPEN);
       }
-      for (size_t i = 1; i < failed.size(); ++i) {
-        EXPECT_TRUE(failed[i] == 0 || failed[i] == VANTRO_ERR_FAILED) << failed[i];
-        if (failed[i] == VANTRO_ERR_FAILED) {
-          EXPECT_TRUE(log.contains("cxt_ptr->firstFrameIdxTempYuv Malloc is failed\n"));
-        }
+      EXPECT_EQ(log_.contains("Vantro_Init cxt malloc fail!!"), at == 0);
+      for (size_t i = 1; i < codes.size(); ++i) {
+        if (opened && codes[i] == 0) continue;
+        EXPECT_EQ(codes[i], opened ? VANTRO_ERR_FAILED : VANTRO_ERR_INPUT);
+        EXPECT_EQ(log_.contains("cxt_ptr->firstFrameIdxTempYuv Malloc is failed\n"), opened);
       }
     }
-    log.clear();
-    std::vector<std::vector<uint8_t>> pictures;
-    std::vector<int32_t> again;
-    run(&again, &pictures);
-    ASSERT_EQ(again, codes);
-    ASSERT_EQ(pictures, expected);
+    ASSERT_EQ(Run(), expected);
   }
 }
 
-TEST_F(Handles, VideoSurvivesEveryFailedRequest) { FailEveryRequest(&Video, log_); }
-TEST_F(Handles, PhotoSurvivesEveryFailedRequest) { FailEveryRequest(&Photo, log_); }
+TEST_P(Handles, FullDiskUnderTheDumpsChangesNothing) {
+  const auto open_files = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  };
+  const Trace expected = Run();
+  EXPECT_EQ(dumps, 0);
+  for (const char* family : {"Vantro", "VantroPhoto"}) {
+    Properties()[std::string("vendor.qz") + family + ".isDumpImg"] = "1";
+  }
+  const auto before = open_files();
+  const FailingMalloc memory;
+  EXPECT_EQ(Run(), expected);
+  EXPECT_GE(std::exchange(dumps, 0), 2 * 3);  // mask, frame before and after
+  EXPECT_EQ(open_files(), before);
+  EXPECT_EQ(memory.live(), 0);
+}
 
-TEST_F(Handles, VideoDoesNotOpenWithoutAThread) {
+INSTANTIATE_TEST_SUITE_P(Families, Handles, ::testing::Values(&RunVideo, &RunPhoto),
+                         [](const auto& test) { return test.index == 0 ? "Video" : "Photo"; });
+
+using HandleCalls = EngineFixture;
+
+TEST_F(HandleCalls, VideoDoesNotOpenWithoutAThread) {
   void* handle = &handle;
   no_threads = true;
   EXPECT_EQ(Vantro_Init(&handle, "", pool_.get()), VANTRO_ERR_INPUT);
@@ -163,7 +169,7 @@ TEST_F(Handles, VideoDoesNotOpenWithoutAThread) {
   EXPECT_TRUE(log_.contains("[vantro] Vantro_Init cxt_ptr->th_pool err!"));
 }
 
-TEST_F(Handles, CallsInTheWrongOrderAreRefused) {
+TEST_F(HandleCalls, CallsInTheWrongOrderAreRefused) {
   std::vector<uint8_t> frame(kFrameBytes, 77);
   std::vector<uint8_t> last(kFrameBytes, 78);
   Vantro_t video_frame = Record(frame, &last);
@@ -202,7 +208,7 @@ TEST_F(Handles, CallsInTheWrongOrderAreRefused) {
   EXPECT_EQ(VantroPhoto_Process(photo, &photo_frame, nullptr), VANTRO_ERR_INPUT);
 }
 
-TEST_F(Handles, MemoryThatIsNoHandleIsRefused) {
+TEST_F(HandleCalls, MemoryThatIsNoHandleIsRefused) {
   std::vector<uint64_t> block(512, 0x0101010101010101);
   std::vector<uint8_t> frame(kFrameBytes, 77);
   Vantro_t record = Record(frame, &frame);

@@ -9,8 +9,8 @@
 #include <set>
 #include <string>
 
-#include "tests/faults/failing_memory.h"
 #include "tests/kernels/operations.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/log_capture.h"
 
 namespace vantro::test {
@@ -182,20 +182,20 @@ TEST_P(FaultyOperation, FailsAsDocumented) {
     int requests = 0;
     {
       Case c(seed);
-      const FailingMemory memory;
+      const FailingMalloc memory;
       operation.call(c);
-      requests = memory.requests();
+      requests = static_cast<int>(memory.sizes().size());
       EXPECT_EQ(memory.live(), 0);
       expected = c.Outcome();
     }
     for (int at = 0; at < requests; ++at) {
-      for (const auto mode : {FailingMemory::kOnce, FailingMemory::kFromThenOn}) {
+      for (const bool from_then_on : {false, true}) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", request " + std::to_string(at));
         Case c(seed);
         const LogCapture log;
         Outcome before;
         {
-          FailingMemory memory(mode, at);
+          FailingMalloc memory(at, from_then_on);
           memory.OnFirstRequest([&] { before = c.Outcome(); });
           operation.call(c);
           EXPECT_EQ(memory.live(), 0);

@@ -6,8 +6,8 @@
 #include <limits>
 #include <vector>
 
-#include "tests/mask/label_memory.h"
 #include "tests/mask/random_masks.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/simd_levels.h"
 
 namespace vantro::test {
@@ -130,13 +130,13 @@ TEST(Labelling, RefusesWhatItCannotLabel) {
   EXPECT_EQ(labeller.labelImage(mask.data(), nullptr, 4, 1), -2007);
 
   // The third label needs a table that is not to be had; what was labelled stands.
-  fail_table_at = 0;
-  EXPECT_EQ(labeller.labelImage(mask.data(), labels.data(), 4, 1), -2007);
-  EXPECT_EQ(labels, (std::vector<int>{0, 1, -5, -5}));
-  EXPECT_EQ(labeller.count, 2);
-  fail_table_at = 0;
-  EXPECT_EQ(labeller.connected(mask.data(), labels.data(), 4, 1), -2007);
-  fail_table_at = -1;
+  {
+    const FailingMalloc no_table(0, true);
+    EXPECT_EQ(labeller.labelImage(mask.data(), labels.data(), 4, 1), -2007);
+    EXPECT_EQ(labels, (std::vector<int>{0, 1, -5, -5}));
+    EXPECT_EQ(labeller.count, 2);
+    EXPECT_EQ(labeller.connected(mask.data(), labels.data(), 4, 1), -2007);
+  }
 
   Labeller none(1);
   none.capacity = 0;

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "tests/mask/label_memory.h"
 #include "tests/mask/random_masks.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/log_capture.h"
@@ -145,10 +144,8 @@ TEST_F(GuidedRegionFilter, ReportsFailuresAndLeavesTheMask) {
   EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), nullptr, 2, 1), -2007);
   pool_.FailAt(0);
   EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
-  fail_table_at = 0;
-  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
-  {
-    const FailingMalloc no_flags(1);
+  for (const int request : {1, 2}) {  // the table, the flags
+    const FailingMalloc heap(request);
     EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
   }
   fmalloc = nullptr;

@@ -54,6 +54,7 @@ class TrackingPool {
     if (index == self.fail_at_ || (self.fail_rest_ && self.fail_at_ >= 0 && index > self.fail_at_))
       return nullptr;
     void* block = std::malloc(size == 0 ? 1 : size);
+    if (block == nullptr) return nullptr;
     std::memset(block, 0xA5, size);  // blocks are not assumed to be zeroed
     self.live_[block] = {name, size};
     self.events.push_back(std::string("+").append(name).append(":").append(std::to_string(size)));
