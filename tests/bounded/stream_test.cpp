@@ -3,7 +3,6 @@
 
 #include <climits>
 #include <cstdarg>
-#include <cstring>
 #include <string>
 
 #include "vantro/bounded.h"
@@ -27,8 +26,12 @@ int Helper(char* string, size_t count, const char* format, ...) {
   return result;
 }
 
-TEST(BoundedStream, WritersStoreWhatFitsAndReportTheRest) {
+struct BoundedStream : testing::Test {
   char bytes[9] = "--------";
+  std::string Text() const { return std::string(bytes, 8); }
+};
+
+TEST_F(BoundedStream, WritersStoreWhatFitsAndReportTheRest) {
   OutStream stream = {5, bytes};
   int count = 10;
   write_char_a('a' + 256, &stream, &count);
@@ -43,12 +46,11 @@ TEST(BoundedStream, WritersStoreWhatFitsAndReportTheRest) {
   write_multi_char_a('*', 3, &stream, &count);
   EXPECT_EQ(count, -1);
   EXPECT_EQ(stream.count, -1);
-  EXPECT_STREQ(bytes, "abc**---");
   count = 4;
   write_string_a("long", 4, &stream, &count);
   EXPECT_EQ(count, -1);
   EXPECT_EQ(stream.count, -2);
-  EXPECT_STREQ(bytes, "abc**---");
+  EXPECT_EQ(Text(), "abc**---");
 
   stream = {INT_MIN, bytes};
   write_char_a('!', &stream, &count);
@@ -58,17 +60,15 @@ TEST(BoundedStream, WritersStoreWhatFitsAndReportTheRest) {
   EXPECT_EQ(putWcharStrEndingZero(&stream, 2), 1);
   EXPECT_EQ(putWcharStrEndingZero(&stream, 0), 1);
   EXPECT_EQ(putWcharStrEndingZero(&stream, 2), 0);
-  EXPECT_EQ(std::string(bytes, 4), std::string("\0\0\0*", 4));
+  EXPECT_EQ(Text(), std::string("\0\0\0**---", 8));
   EXPECT_EQ(stream.count, -1);
 }
 
-TEST(BoundedStream, EngineWritesNoTerminator) {
-  char bytes[9] = "--------";
+TEST_F(BoundedStream, EngineWritesNoTerminator) {
   OutStream stream = {4, bytes};
   EXPECT_EQ(Engine(&stream, "%d", 1234), 4);
-  EXPECT_STREQ(bytes, "1234----");
+  EXPECT_EQ(Text(), "1234----");
   EXPECT_EQ(stream.count, 0);
-  EXPECT_EQ(Engine(&stream, ""), 0);
   EXPECT_EQ(Engine(&stream, "%s", ""), 0);
   EXPECT_EQ(Engine(&stream, "x"), -1);
   EXPECT_EQ(stream.count, -1);
@@ -76,22 +76,21 @@ TEST(BoundedStream, EngineWritesNoTerminator) {
   EXPECT_EQ(Engine(&stream, nullptr), -1);
 }
 
-TEST(BoundedStream, HelperTellsLackOfRoomFromABadFormat) {
-  char bytes[9] = "--------";
+TEST_F(BoundedStream, HelperTellsLackOfRoomFromABadFormat) {
   EXPECT_EQ(Helper(bytes, 5, "%d", 1234), 4);
-  EXPECT_EQ(std::string(bytes, 8), std::string("1234\0---", 8));
+  EXPECT_EQ(Text(), std::string("1234\0---", 8));
   EXPECT_EQ(Helper(bytes, 4, "%s", "wxyz"), -2);
   EXPECT_EQ(bytes[3], '\0');
   EXPECT_EQ(Helper(bytes, 8, "ab%n", nullptr), -1);
   EXPECT_EQ(bytes[7], '\0');
   EXPECT_EQ(Helper(bytes, 1, "%s", ""), 0);
   EXPECT_EQ(bytes[0], '\0');
-  std::strcpy(bytes, "--------");
+  const std::string before = Text();
   EXPECT_EQ(Helper(bytes, 0, "x"), -1);
   EXPECT_EQ(Helper(bytes, size_t{INT_MAX} + 1, "x"), -1);
   EXPECT_EQ(Helper(bytes, 8, nullptr), -1);
   EXPECT_EQ(Helper(nullptr, 8, "x"), -1);
-  EXPECT_STREQ(bytes, "--------");
+  EXPECT_EQ(Text(), before);
 }
 
 }  // namespace
