@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <random>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -56,60 +59,57 @@ class Diagnostics : public ::testing::Test {
   LogCapture log_;
 };
 
-uint32_t Field(const std::vector<uint8_t>& bmp, size_t at) {
-  uint32_t field = 0;
-  for (size_t i = 4; i-- > 0;) field = field << 8 | bmp[at + i];
-  return field;
-}
-
-// Pixel of a BMP as red, green, blue, counted from the top.
-std::vector<int> Pixel(const std::vector<uint8_t>& bmp, int x, int y) {
-  const uint32_t pitch = (Field(bmp, 18) * 3 + 3) / 4 * 4;
-  const uint8_t* p =
-      bmp.data() + 54 + (Field(bmp, 22) - 1 - static_cast<uint32_t>(y)) * pitch + 3 * x;
-  return {p[2], p[1], p[0]};
+// A 24-bit BMP whose pixels, counted from the top, are red, green and blue as pixel(x, y) tells;
+// any where it tells none.
+template <typename PixelAt>
+void ExpectBmp(const std::vector<uint8_t>& bmp, int width, int height, PixelAt pixel) {
+  const int pitch = (width * 3 + 3) / 4 * 4;
+  const int size = 54 + pitch * height;
+  ASSERT_EQ(bmp.size(), static_cast<size_t>(size));
+  std::vector<uint8_t> header(54);
+  const std::pair<size_t, int> fields[] = {
+      {0, 'B' | 'M' << 8}, {2, size},    {10, 54},           {14, 40},
+      {18, width},         {22, height}, {26, 1 | 24 << 16}, {34, size - 54}};
+  for (const auto& [at, value] : fields) std::memcpy(&header[at], &value, 4);
+  EXPECT_EQ(std::vector<uint8_t>(bmp.begin(), bmp.begin() + 54), header);
+  for (int y = 0; y < height; ++y) {
+    const uint8_t* row = &bmp[static_cast<size_t>(54 + (height - 1 - y) * pitch)];
+    for (int x = 0; x < width; ++x) {
+      const std::vector<int> rgb = pixel(x, y);
+      if (rgb.empty()) continue;
+      ASSERT_THAT(rgb, ElementsAre(row[3 * x + 2], row[3 * x + 1], row[3 * x])) << x << ", " << y;
+    }
+    for (int i = width * 3; i < pitch; ++i) ASSERT_EQ(row[i], 0);
+  }
 }
 
 TEST_F(Diagnostics, WritesPicturesOfEveryLayout) {
-  // 5 x 2: rows of 15 bytes and one fill byte.
   std::vector<uint8_t> buffer(30);
-  for (size_t i = 0; i < buffer.size(); ++i) buffer[i] = static_cast<uint8_t>(i);
+  std::iota(buffer.begin(), buffer.end(), uint8_t{0});
   for (const auto& [channel, type] : {std::pair{1, 0}, {1, 1}, {3, 0}, {3, 1}}) {
     ASSERT_EQ(save_bmp_file(Path("a.bmp"), buffer.data(), 5, 2, channel, type), 0);
-    const std::vector<uint8_t> bmp = TakeDump("a.bmp");
-    ASSERT_EQ(bmp.size(), 54u + 32u);
-    EXPECT_EQ(bmp[0], 'B');
-    EXPECT_EQ(bmp[1], 'M');
-    EXPECT_EQ(Field(bmp, 2), 86u);
-    EXPECT_EQ(Field(bmp, 10), 54u);
-    EXPECT_EQ(Field(bmp, 14), 40u);
-    EXPECT_EQ(Field(bmp, 18), 5u);
-    EXPECT_EQ(Field(bmp, 22), 2u);
-    EXPECT_EQ(Field(bmp, 26), 1u | 24u << 16);
-    EXPECT_EQ(Field(bmp, 34), 32u);
-    EXPECT_EQ(bmp[54 + 15], 0);
-    for (int y = 0; y < 2; ++y) {
-      for (int x = 0; x < 5; ++x) {
-        const int i = y * 5 + x;
-        const std::vector<int> expected = channel == 1 ? std::vector{i, i, i}
-                                          : type == 0  ? std::vector{3 * i, 3 * i + 1, 3 * i + 2}
-                                                       : std::vector{i, 10 + i, 20 + i};
-        EXPECT_EQ(Pixel(bmp, x, y), expected);
-      }
-    }
+    ExpectBmp(TakeDump("a.bmp"), 5, 2, [&, c = channel, t = type](int x, int y) {
+      const int i = y * 5 + x;
+      if (c == 1) return std::vector{i, i, i};
+      return t == 0 ? std::vector{3 * i, 3 * i + 1, 3 * i + 2} : std::vector{i, 10 + i, 20 + i};
+    });
   }
 }
 
 TEST_F(Diagnostics, RefusesBadPicturesWithoutAFile) {
   uint8_t buffer[12] = {};
-  EXPECT_EQ(save_bmp_file(Path("a"), buffer, 2, 2, 2, 0), -1);
-  EXPECT_EQ(save_bmp_file(Path("a"), buffer, 2, 2, 4, 0), -1);
-  EXPECT_EQ(save_bmp_file(Path("a"), buffer, 2, 2, 3, 2), -1);
-  EXPECT_EQ(save_bmp_file(Path("a"), buffer, 2, 2, 3, -1), -1);
+  const std::array<int, 4> refused[] = {// width, height, channel, type
+                                        {2, 2, 2, 0},
+                                        {2, 2, 4, 0},
+                                        {2, 2, 3, 2},
+                                        {2, 2, 3, -1},
+                                        {0, 2, 3, 0},
+                                        {2, -2, 3, 0},
+                                        {1 << 20, 1 << 20, 3, 0}};
+  for (const auto& [width, height, channel, type] : refused) {
+    EXPECT_EQ(save_bmp_file(Path("a"), buffer, width, height, channel, type), -1);
+  }
   EXPECT_EQ(save_bmp_file(Path("a"), nullptr, 2, 2, 3, 0), -1);
-  EXPECT_EQ(save_bmp_file(Path("a"), buffer, 0, 2, 3, 0), -1);
-  EXPECT_EQ(save_bmp_file(Path("a"), buffer, 2, -2, 3, 0), -1);
-  EXPECT_EQ(save_bmp_file(Path("a"), buffer, 1 << 20, 1 << 20, 3, 0), -1);
   testing::internal::CaptureStdout();
   EXPECT_EQ(save_bmp_file("/no such folder/a", buffer, 2, 2, 3, 0), -1);
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
@@ -127,29 +127,24 @@ TEST_F(Diagnostics, DumpsFramesInTheirColours) {
       GuardedBuffer frame(static_cast<size_t>(width * (height + chroma_rows)));
       for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>(random());
       save_nv12_or_nv21_UYVY_to_bmp_file(Path("f"), frame.data(), width, height, type);
-      const std::vector<uint8_t> bmp = TakeDump("f");
-      ASSERT_FALSE(bmp.empty());
-      for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-          if (type == 4) {
-            if (x == width - 1 && width % 2 != 0) continue;  // half a group
-            const uint8_t* group = frame.data() + y * width * 2 + x / 2 * 4;
-            const RGBCOLOR c = yuvTorgb(group[1 + x % 2 * 2], group[0], group[2]);
-            ASSERT_THAT(Pixel(bmp, x, y), ElementsAre(c.red, c.green, c.blue));
-            continue;
-          }
-          // Pairs go on over the ends of odd rows.
-          const size_t pair = static_cast<size_t>((height + y / 2) * width + x / 2 * 2);
-          if (pair + 2 > frame.size()) continue;
-          const int v = frame[pair + (type == 0 ? 0 : 1)] - 128;
-          const int u = frame[pair + (type == 0 ? 1 : 0)] - 128;
-          const int luma = std::max(frame[static_cast<size_t>(y * width + x)] - 16, 0) * 1192;
-          const auto limit = [](int value) { return std::clamp(value, 0, 262143) >> 10; };
-          ASSERT_THAT(Pixel(bmp, x, y),
-                      ElementsAre(limit(luma + 1634 * v), limit(luma - 833 * v - 400 * u),
-                                  limit(luma + 2066 * u)));
+      const auto at = [&](int i) { return frame[static_cast<size_t>(i)]; };
+      const auto pixel = [&, w = width, h = height](int x, int y) -> std::vector<int> {
+        if (type == 4) {
+          if (x == w - 1 && w % 2 != 0) return {};  // half a group
+          const int group = y * w * 2 + x / 2 * 4;
+          const RGBCOLOR c = yuvTorgb(at(group + 1 + x % 2 * 2), at(group), at(group + 2));
+          return {c.red, c.green, c.blue};
         }
-      }
+        // Pairs go on over the ends of odd rows.
+        const int pair = (h + y / 2) * w + x / 2 * 2;
+        if (pair + 2 > static_cast<int>(frame.size())) return {};
+        const int v = at(pair + (type == 0 ? 0 : 1)) - 128;
+        const int u = at(pair + (type == 0 ? 1 : 0)) - 128;
+        const int luma = std::max(at(y * w + x) - 16, 0) * 1192;
+        const auto limit = [](int value) { return std::clamp(value, 0, 262143) >> 10; };
+        return {limit(luma + 1634 * v), limit(luma - 833 * v - 400 * u), limit(luma + 2066 * u)};
+      };
+      ExpectBmp(TakeDump("f"), width, height, pixel);
       EXPECT_EQ(log_.timing_labels().size(), type == 4 ? 1u : 0u);
       log_.clear();
     }
@@ -200,10 +195,6 @@ TEST_F(Diagnostics, FileRoutinesKeepTheirGuards) {
   EXPECT_EQ(readFile(nullptr, in, 2), -1);
   EXPECT_EQ(writeFile("/no such folder/x", out, 2), -1);
   EXPECT_TRUE(log_.contains("Debug open file Error:/no such folder/x!"));
-  if (fs::exists("/dev/full")) {
-    EXPECT_EQ(writeFile("/dev/full", out, 2), 0) << "a short write is only logged";
-    EXPECT_TRUE(log_.contains("Debug write file Error:/dev/full!"));
-  }
 }
 
 TEST_F(Diagnostics, TrackedAllocationCountsCalls) {
@@ -219,20 +210,25 @@ TEST_F(Diagnostics, TrackedAllocationCountsCalls) {
   __Free(nullptr, "none");
   EXPECT_EQ(__Malloc(-1, "negative"), nullptr);
   __Free(nullptr, "negative");
-  char freed_a[64];
-  char freed_b[64];
-  std::snprintf(freed_a, sizeof(freed_a), "Free %p  name:a", a);
-  std::snprintf(freed_b, sizeof(freed_b), "Free %p  name:b", b);
+  const std::string freed_a = (std::ostringstream() << "Free " << a << "  name:a").str();
+  const std::string freed_b = (std::ostringstream() << "Free " << b << "  name:b").str();
+  const std::vector<std::string> texts = {"Malloc 100  name:a",
+                                          "Malloc 50  name:b",
+                                          freed_a,
+                                          "memory blk cnt = 1",
+                                          freed_b,
+                                          "memory blk cnt = 0",
+                                          "Free (nil)  name:none",
+                                          "memory blk cnt = -1",
+                                          "Malloc -1  name:negative",
+                                          "Free (nil)  name:negative",
+                                          "memory blk cnt = -1"};
+  std::vector<LogLine> expected;
+  for (const std::string& text : texts) expected.push_back({3, "VANTRO", text});
+  EXPECT_EQ(log_.lines(), expected);
+  log_.clear();
   showMemTotal(8);
-  const auto debug = [](const std::string& text) { return LogLine{3, "VANTRO", text}; };
-  EXPECT_THAT(log_.lines(),
-              ElementsAre(debug("Malloc 100  name:a"), debug("Malloc 50  name:b"), debug(freed_a),
-                          debug("memory blk cnt = 1"), debug(freed_b), debug("memory blk cnt = 0"),
-                          debug("Free (nil)  name:none"), debug("memory blk cnt = -1"),
-                          debug("Malloc -1  name:negative"), debug("Free (nil)  name:negative"),
-                          debug("memory blk cnt = -1"),
-                          LogLine{4, "VANTRO",
-                                  "frame: 8  mem use: " + std::to_string(total_before + 149)}));
+  EXPECT_EQ(log_.lines()[0].text, "frame: 8  mem use: " + std::to_string(total_before + 149));
 }
 
 }  // namespace
