@@ -8,8 +8,8 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
@@ -21,23 +21,13 @@
 namespace vantro::test {
 namespace {
 
-using std::chrono::milliseconds;
-
 constexpr MThreadAttr kUnpinned = {-1, 0, nullptr};
 
-// A pool that every test path destroys.
-class Pool {
- public:
-  explicit Pool(int32_t count) : pool_(MThread_Create(count, &kUnpinned, nullptr)) {}
-  ~Pool() { MThread_Destroy(pool_); }
-  Pool(const Pool&) = delete;
-  Pool& operator=(const Pool&) = delete;
-  operator MThreadPool*() { return pool_; }
-  MThreadPool* operator->() { return pool_; }
+using Pool = std::unique_ptr<MThreadPool, void (*)(MThreadPool*)>;
 
- private:
-  MThreadPool* pool_;
-};
+Pool MakePool(int32_t count) {
+  return {MThread_Create(count, &kUnpinned, nullptr), &MThread_Destroy};
+}
 
 // Notes who ran it. Not guarded: the pool's hand-over alone orders the accesses.
 struct Note {
@@ -52,54 +42,55 @@ int32_t TakeNote(void* argument, int32_t index) {
   return index * 10;
 }
 
+// Interrupts what a thread waits for (no SA_RESTART), for 20 ms.
+void Disturb(pthread_t thread) {
+  struct sigaction noted = {};
+  noted.sa_handler = [](int) {};
+  sigaction(SIGUSR1, &noted, nullptr);
+  for (int i = 0; i < 20; ++i) {
+    pthread_kill(thread, SIGUSR1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+void ExpectOneFreeSlot(MThreadUnit& unit) {
+  int free_slots = 0;
+  sem_getvalue(&unit.end_sem, &free_slots);
+  EXPECT_EQ(free_slots, 1);
+}
+
+TEST(ThreadPool, RunsEachTaskOnItsOwnThreadAndClearsTheSlot) {
+  const Pool pool = MakePool(3);
+  ASSERT_NE(pool, nullptr);
+  Note notes[3];
+  for (int32_t i = 2; i >= 0; --i) EXPECT_EQ(MThread_Boot(pool.get(), i, TakeNote, &notes[i]), 0);
+  for (int32_t i = 0; i < 3; ++i) {
+    MThread_Clean(pool.get(), i);
+    MThreadUnit& unit = pool->threads[i];
+    EXPECT_THAT(notes[i].indices, testing::ElementsAre(i));
+    EXPECT_TRUE(pthread_equal(notes[i].threads[0], unit.thread));
+    EXPECT_EQ(unit.task_func, nullptr);
+    EXPECT_EQ(unit.task_arg, nullptr);
+    Disturb(unit.thread);
+    ExpectOneFreeSlot(unit);
+  }
+  MThread_Clean(pool.get(), 1);  // idle: returns at once
+}
+
 // A task that stays until it is let go.
 struct Gate {
-  std::atomic<int> entered{0};
   std::atomic<bool> open{false};
-  std::atomic<int> left{0};
+  std::atomic<bool> left{false};
 };
 
 int32_t WaitAtGate(void* argument, int32_t) {
   auto* gate = static_cast<Gate*>(argument);
-  gate->entered.fetch_add(1);
   while (!gate->open) std::this_thread::yield();
-  gate->left.fetch_add(1);
+  gate->left = true;
   return 0;
 }
 
-// True when `call` does not return before the gate opens, and then does.
-bool WaitsForGate(Gate& gate, const std::function<void()>& call) {
-  std::atomic<bool> returned{false};
-  std::thread caller([&] {
-    call();
-    returned = true;
-  });
-  std::this_thread::sleep_for(milliseconds(30));
-  const bool waited = !returned && gate.left == 0;
-  gate.open = true;
-  caller.join();
-  return waited;
-}
-
-TEST(ThreadPool, RunsEachTaskOnItsOwnThreadAndClearsTheSlot) {
-  Pool pool(3);
-  ASSERT_NE(static_cast<MThreadPool*>(pool), nullptr);
-  Note notes[3];
-  for (int32_t i = 2; i >= 0; --i) EXPECT_EQ(MThread_Boot(pool, i, TakeNote, &notes[i]), 0);
-  for (int32_t i = 0; i < 3; ++i) {
-    MThread_Clean(pool, i);
-    EXPECT_THAT(notes[i].indices, testing::ElementsAre(i));
-    EXPECT_TRUE(pthread_equal(notes[i].threads[0], pool->threads[i].thread));
-    EXPECT_EQ(pool->threads[i].task_func, nullptr);
-    EXPECT_EQ(pool->threads[i].task_arg, nullptr);
-    int free_slots = 0;
-    sem_getvalue(&pool->threads[i].end_sem, &free_slots);
-    EXPECT_EQ(free_slots, 1);
-  }
-  MThread_Clean(pool, 1);  // idle: returns at once
-}
-
-TEST(ThreadPool, EveryCallOutlastsTheRunningTask) {
+TEST(ThreadPool, EveryCallOutlastsTheRunningTaskWhateverSignalsCome) {
   static Note note;
   const struct {
     const char* name;
@@ -113,24 +104,34 @@ TEST(ThreadPool, EveryCallOutlastsTheRunningTask) {
   for (const auto& call : kCalls) {
     const std::string name = call.name;
     SCOPED_TRACE(name);
-    MThreadPool* pool = MThread_Create(2, &kUnpinned, nullptr);
+    Pool pool = MakePool(2);
     Gate gate;
-    MThread_Boot(pool, 1, WaitAtGate, &gate);
-    EXPECT_TRUE(WaitsForGate(gate, [&] { call.run(pool); }));
-    EXPECT_EQ(gate.left, 1);
+    MThread_Boot(pool.get(), 1, WaitAtGate, &gate);
+    std::atomic<bool> returned{false};
+    std::thread caller([&] {
+      call.run(pool.get());
+      returned = true;
+    });
+    Disturb(caller.native_handle());
+    EXPECT_FALSE(returned);
+    gate.open = true;
+    caller.join();
+    EXPECT_TRUE(gate.left);
     if (name == "ChangeBindCoreFlag") {
       EXPECT_EQ(pool->threads[0].bind_core_flag, 2);
       EXPECT_EQ(pool->threads[1].bind_core_flag, 2);
       // The task has run and nobody has collected it: it stays in the slot.
       EXPECT_EQ(pool->threads[1].task_func, &WaitAtGate);
     }
-    if (name != "Destroy") MThread_Destroy(pool);
+    if (name == "Clean") ExpectOneFreeSlot(pool->threads[1]);
+    if (name == "Destroy") pool.release();
   }
   EXPECT_THAT(note.indices, testing::ElementsAre(1));
 }
 
 TEST(ThreadPool, RunSyncAndFinishCoverTheirRangeOnly) {
-  Pool pool(4);
+  const Pool owner = MakePool(4);
+  MThreadPool* pool = owner.get();
   std::atomic<uint32_t> ran{0};
   const auto mark = [](void* argument, int32_t index) -> int32_t {
     static_cast<std::atomic<uint32_t>*>(argument)->fetch_add(1u << (8 * index));
@@ -148,7 +149,8 @@ TEST(ThreadPool, RunSyncAndFinishCoverTheirRangeOnly) {
 TEST(ThreadPool, RangesOutsideThePoolRunNothing) {
   constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
   constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
-  Pool pool(2);
+  const Pool owner = MakePool(2);
+  MThreadPool* pool = owner.get();
   Note note;
   for (const int32_t index : {-1, 2, kMax, kMin}) {
     EXPECT_EQ(MThread_Boot(pool, index, TakeNote, &note), -1);
@@ -221,44 +223,12 @@ TEST(ThreadPool, ManyHandoversLoseNothing) {
     return 0;
   };
   for (int round = 0; round < 200; ++round) {
-    Pool pool(2);
-    for (int i = 0; i < 15; ++i) MThread_Finish(pool, 0, 2, add, sums);
-    MThread_Run(pool, 0, 2, add, sums);
+    const Pool pool = MakePool(2);
+    for (int i = 0; i < 15; ++i) MThread_Finish(pool.get(), 0, 2, add, sums);
+    MThread_Run(pool.get(), 0, 2, add, sums);
   }
   EXPECT_EQ(sums[0], 200 * 16);
   EXPECT_EQ(sums[1], 2 * sums[0]);
-}
-
-TEST(ThreadPool, SignalsDoNotEndAWait) {
-  struct sigaction noted = {};
-  struct sigaction before = {};
-  noted.sa_handler = [](int) {};  // without SA_RESTART: waits are interrupted
-  sigaction(SIGUSR1, &noted, &before);
-  const auto disturb = [](pthread_t thread) {
-    for (int i = 0; i < 20; ++i) {
-      pthread_kill(thread, SIGUSR1);
-      std::this_thread::sleep_for(milliseconds(1));
-    }
-  };
-  {
-    Pool pool(1);
-    Gate gate;
-    MThread_Boot(pool, 0, WaitAtGate, &gate);
-    std::atomic<bool> done{false};
-    std::thread caller([&] {
-      MThread_Clean(pool, 0);
-      done = true;
-    });
-    disturb(caller.native_handle());
-    EXPECT_FALSE(done);
-    gate.open = true;
-    caller.join();
-    disturb(pool->threads[0].thread);  // the idle worker, too
-    int free_slots = 0;
-    sem_getvalue(&pool->threads[0].end_sem, &free_slots);
-    EXPECT_EQ(free_slots, 1);
-  }
-  sigaction(SIGUSR1, &before, nullptr);
 }
 
 }  // namespace
