@@ -54,10 +54,9 @@ inline int32_t SegmentEllipse(const SegmentCall& call, int32_t mask_width, int32
   box.crop_top = call.height / 4 / 2 * 2;
   box.crop_right = std::max(box.crop_left, box.crop_left + call.width / 2 / 2 * 2 - 1);
   box.crop_bottom = std::max(box.crop_top, box.crop_top + call.height / 2 / 2 * 2 - 1);
-  call.box->crop_left = box.crop_left;
-  call.box->crop_top = box.crop_top;
-  call.box->crop_right = box.crop_right;
-  call.box->crop_bottom = box.crop_bottom;
+  const int32_t box_mode = call.box->box_mode;
+  *call.box = box;
+  call.box->box_mode = box_mode;
   for (int32_t y = 0; y < mask_height; ++y) {
     for (int32_t x = 0; x < mask_width; ++x) {
       const double dx = (x + 0.5) / mask_width - 0.5;
