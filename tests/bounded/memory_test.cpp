@@ -75,7 +75,7 @@ TEST(BoundedCopy, JudgesCapacityBeforePointersBeforeLengths) {
     EXPECT_EQ(copy.call(bytes.data(), kTooLarge, nullptr, 4), 34);
     EXPECT_EQ(copy.call(bytes.data(), SIZE_MAX, bytes.data() + 2, 4), 34);
     EXPECT_EQ(bytes, Counted(10));
-    for (const size_t count : {0, 11}) {
+    for (const size_t count : {0u, 11u}) {
       bytes = Counted(10);
       EXPECT_EQ(copy.call(bytes.data(), 10, nullptr, count), 150);
       EXPECT_EQ(bytes, Bytes(10, 0));
@@ -96,7 +96,7 @@ TEST(BoundedCopy, EveryLengthBetweenGuards) {
     const Bytes data = Counted(count);
     std::memcpy(src.data(), data.data(), count);
     for (const auto& copy : kCopies) {
-      for (const size_t spare : {0, 40}) {  // stays as it was
+      for (const size_t spare : {0u, 40u}) {  // stays as it was
         GuardedBuffer dest(count + spare);
         std::memset(dest.data(), 0xEE, dest.size());
         ASSERT_EQ(copy.call(dest.data(), dest.size(), src.data(), count), 0);
