@@ -40,11 +40,9 @@ class Diagnostics : public ::testing::Test {
 
   // The one file in the folder, its name checked against a dump of `name`, and removed.
   std::vector<uint8_t> TakeDump(const std::string& name) {
-    std::vector<fs::path> files(fs::directory_iterator(folder_), fs::directory_iterator{});
-    if (files.size() != 1) {
-      ADD_FAILURE() << files.size() << " files";
-      return {};
-    }
+    const std::vector<fs::path> files(fs::directory_iterator(folder_), fs::directory_iterator{});
+    EXPECT_EQ(files.size(), 1u);
+    if (files.empty()) return {};
     EXPECT_TRUE(std::regex_match(files[0].filename().string(),
                                  std::regex(name + R"(\d{4}_\d{6}_\d{3}\.bmp)")))
         << files[0];
@@ -98,8 +96,8 @@ TEST_F(Diagnostics, WritesPicturesOfEveryLayout) {
 
 TEST_F(Diagnostics, RefusesBadPicturesWithoutAFile) {
   uint8_t buffer[12] = {};
-  const std::array<int, 4> refused[] = {// width, height, channel, type
-                                        {2, 2, 2, 0},
+  // Width, height, channel, type.
+  const std::array<int, 4> refused[] = {{2, 2, 2, 0},
                                         {2, 2, 4, 0},
                                         {2, 2, 3, 2},
                                         {2, 2, 3, -1},

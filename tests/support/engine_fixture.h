@@ -6,6 +6,9 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "tests/scripted_engine/scripted_engine.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/threads.h"
@@ -30,6 +33,15 @@ class EngineFixture : public ::testing::Test {
     dlclose(engine_);
   }
   EngineScript& script() { return *script_; }
+  // Those of the worker pool hold addresses, and come whenever its thread runs.
+  std::vector<LogLine> LinesButOfThreads() const {
+    std::vector<LogLine> lines = log_.lines();
+    std::erase_if(lines, [](const LogLine& line) {
+      return line.text.find("threads") != std::string::npos ||
+             line.text.find("Thead") != std::string::npos;
+    });
+    return lines;
+  }
 
   TrackingPool pool_;
   LogCapture log_;
