@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <random>
@@ -15,6 +14,7 @@
 
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/tracking_pool.h"
 #include "vantro/diagnostics.h"
 #include "vantro/image.h"
 #include "vantro/mask.h"
@@ -59,13 +59,13 @@ class Arguments {
 struct Hostile {
   const char* name;
   size_t ints;                                 // int arguments
-  std::vector<size_t> decisive;                // those of them that leave nothing to do below 1
   std::function<void(std::vector<int>)> call;  // with these int arguments
+  std::vector<size_t> decisive = {};           // those of them that leave nothing to do below 1
 };
 
 template <typename Result, typename... Args>
-Hostile Row(const char* name, Result (*function)(Args...), std::vector<size_t> decisive) {
-  return {name, (size_t{0} + ... + (std::is_same_v<Args, int> ? 1 : 0)), std::move(decisive),
+Hostile Row(const char* name, Result (*function)(Args...)) {
+  return {name, (size_t{0} + ... + (std::is_same_v<Args, int> ? 1 : 0)),
           [function](std::vector<int> ints) {
             Arguments arguments(std::move(ints));
             // Braces: in order.
@@ -74,7 +74,7 @@ Hostile Row(const char* name, Result (*function)(Args...), std::vector<size_t> d
 }
 
 // The function and its name.
-#define ROW(function, ...) Row(#function, &function, {__VA_ARGS__})
+#define ROW(function) Row(#function, &function)
 
 using ByteResize = void (*)(const unsigned char*, unsigned char*, int, int, int, int);
 using LongBlur = int (*)(const unsigned char*, unsigned char*, int, int, int, int, int, float,
@@ -82,105 +82,50 @@ using LongBlur = int (*)(const unsigned char*, unsigned char*, int, int, int, in
 using ShortBlur = int (*)(const unsigned char*, unsigned char*, int, int, int, float, MThreadPool*,
                           int, unsigned char*);
 
-const std::vector<Hostile>& Rows() {
-  static const std::vector<Hostile> rows = {
-      ROW(bilinearGrayU8BorderLines, 0),
-      ROW(upScale2x2, 0),
-      ROW(upScale4x4, 0, 1),
-      ROW(upScale4x4BorderRows, 0),
-      ROW(up_scale_context, 3, 4),
-      ROW(averageGrayU8Down2x2, 0, 1),
-      ROW(averageGrayU8Down4x4, 0, 1),
-      ROW(downscale_x4_avg, 0, 1),
-      ROW(downscale_x16_avg, 0, 1),
-      ROW(upscale_x4_blinear, 0, 1),
-      ROW(upscale_x16_blinear, 0, 1),
-      ROW(erosion, 0, 1),
-      ROW(dilation, 0, 1),
-      ROW(preProcessMask, 0, 1),
-      ROW(convertI420ToRGBU8, 0, 1),
-      ROW(YV16ToRGB, 0, 1),
-      ROW(UYVYToRGB, 1),
-      ROW(RGBToUYVY, 0, 1),
-      ROW(NV21ToRGB, 1, 2),
-      ROW(RGBToNV21, 0, 1),
-      Row("ResizeUchar", static_cast<ByteResize>(&::ResizeUchar), {0, 1, 2, 3}),
-      ROW(vantro_c::ResizeUchar, 0, 1, 2, 3),
-      ROW(ResizeUcharChl, 0, 2, 3, 4, 5),
-      ROW(ResizeUYVYtoYChl, 0, 2, 3, 4, 5),
-      ROW(ResizeUYVYtoY, 0, 2, 3, 4),
-      ROW(ResizeNV12toY, 0, 2, 3, 4),
-      ROW(ResizeUcharNV21, 0, 2, 3, 4),
-      ROW(ResizeUcharNV12, 0, 2, 3, 4),
-      ROW(ResizeUcharUYVY, 0, 2, 3, 4),
-      ROW(ResizeUcharHalfSemiPlanar, 2, 3),
-      ROW(ResizeUchar_upScale2x2, 0, 1, 2, 3),
-      ROW(Resize_secure, 2, 3),
-      ROW(upscale4X, 3, 4),
-      ROW(resize, 0, 1, 2, 3, 4),
-      ROW(resizeNV21, 3, 4),
-      ROW(resizeNV21Integer, 3, 4),
-      ROW(resizeYInteger, 3, 4),
-      ROW(resizeY16X, 3, 4),
-      ROW(resizeNV1216X, 3, 4),
-      ROW(resizeYrotateMinus90, 3, 4),
-      ROW(resizeYrotateMinus90_Multi, 4),
-      ROW(resizeYrotateMinus90Integer, 3, 4),
-      ROW(resizeNV21RotateMinus90, 3, 4),
-      ROW(resizeNV21RotateMinus90_X, 3, 4),
-      ROW(resizeNV21RotateMinus90Integer, 3, 4),
-      ROW(resizeSpareDisparityNearest, 2, 3),
-      ROW(resizeFloat_Bilinear, 2, 3),
-      ROW(resizeFloat_Nearest_2Ch, 2, 3),
-      ROW(resizeUcharRGB, 2, 3),
-      ROW(resizeUcharRGBChl, 2, 3),
-      ROW(guide_filter_acc, 0, 1),
-      ROW(guided_filter_fast_detail_optm2, 0, 1),
-      ROW(boxfilter_iter_f, 0, 1),
-      ROW(guidedfilter_f, 0, 1),
-      ROW(opticalFlow_Init, 1, 2),
-      ROW(opticalFKPolyExp, 0, 1),
-      ROW(opticalFKUpdateMatrices, 0, 1),
-      ROW(opticalFK_Blur, 0, 1),
-      ROW(__pointMulit, 0, 1),
-      ROW(__convertToFloat, 0, 1),
-      ROW(CompareOpticalFlow, 0, 1),
-      Row("gaussian_blur", static_cast<LongBlur>(&gaussian_blur), {1}),
-      Row("gaussian_blur, short", static_cast<ShortBlur>(&gaussian_blur), {0, 1}),
-      ROW(GaussianBlur3x3_u8, 0, 1),
-      ROW(GaussianBlur13x13_u8, 0, 1),
-      ROW(getInvMat, 0),
-      ROW(transpose, 0, 1),
-      ROW(connectionFilter, 0, 1),
-      ROW(connectionFilterGuide, 0, 1),
-      ROW(calArea, 0, 1),
-      ROW(getMask, 0, 1),
-      ROW(JudgeArea, 0, 1),
-      ROW(getMaskbyBase, 0, 1),
-      ROW(getMaskBase_part, 0),
-      ROW(GetSubject, 0, 1),
-      ROW(CheckMask, 0, 1),
-      ROW(PreserveObjMask, 0, 1),
-      ROW(ComputeMaskArea, 0, 1),
-      ROW(save_bmp_file, 0, 1),
-      ROW(save_nv12_or_nv21_UYVY_to_bmp_file, 0, 1),
+std::vector<Hostile> Rows() {
+  std::vector<Hostile> all;
+  const auto add = [&](const std::vector<size_t>& decisive, auto... rows) {
+    ((rows.decisive = decisive, all.push_back(rows)), ...);
   };
-  return rows;
+  add({0}, ROW(bilinearGrayU8BorderLines), ROW(upScale2x2), ROW(upScale4x4BorderRows),
+      ROW(getInvMat), ROW(getMaskBase_part));
+  add({0, 1}, ROW(upScale4x4), ROW(averageGrayU8Down2x2), ROW(averageGrayU8Down4x4),
+      ROW(downscale_x4_avg), ROW(downscale_x16_avg), ROW(upscale_x4_blinear),
+      ROW(upscale_x16_blinear), ROW(erosion), ROW(dilation), ROW(preProcessMask),
+      ROW(convertI420ToRGBU8), ROW(YV16ToRGB), ROW(RGBToUYVY), ROW(RGBToNV21),
+      ROW(guide_filter_acc), ROW(guided_filter_fast_detail_optm2), ROW(boxfilter_iter_f),
+      ROW(guidedfilter_f), ROW(opticalFKPolyExp), ROW(opticalFKUpdateMatrices), ROW(opticalFK_Blur),
+      ROW(__pointMulit), ROW(__convertToFloat), ROW(CompareOpticalFlow),
+      Row("gaussian_blur, short", static_cast<ShortBlur>(&gaussian_blur)), ROW(GaussianBlur3x3_u8),
+      ROW(GaussianBlur13x13_u8), ROW(transpose), ROW(connectionFilter), ROW(connectionFilterGuide),
+      ROW(calArea), ROW(getMask), ROW(JudgeArea), ROW(getMaskbyBase), ROW(GetSubject),
+      ROW(CheckMask), ROW(PreserveObjMask), ROW(ComputeMaskArea), ROW(save_bmp_file),
+      ROW(save_nv12_or_nv21_UYVY_to_bmp_file));
+  add({3, 4}, ROW(up_scale_context), ROW(upscale4X), ROW(resizeNV21), ROW(resizeNV21Integer),
+      ROW(resizeYInteger), ROW(resizeY16X), ROW(resizeNV1216X), ROW(resizeYrotateMinus90),
+      ROW(resizeYrotateMinus90Integer), ROW(resizeNV21RotateMinus90),
+      ROW(resizeNV21RotateMinus90_X), ROW(resizeNV21RotateMinus90Integer));
+  add({1}, ROW(UYVYToRGB), Row("gaussian_blur", static_cast<LongBlur>(&gaussian_blur)));
+  add({1, 2}, ROW(NV21ToRGB), ROW(opticalFlow_Init));
+  add({0, 1, 2, 3}, Row("ResizeUchar", static_cast<ByteResize>(&::ResizeUchar)),
+      ROW(vantro_c::ResizeUchar), ROW(ResizeUchar_upScale2x2));
+  add({0, 2, 3, 4, 5}, ROW(ResizeUcharChl), ROW(ResizeUYVYtoYChl));
+  add({0, 2, 3, 4}, ROW(ResizeUYVYtoY), ROW(ResizeNV12toY), ROW(ResizeUcharNV21),
+      ROW(ResizeUcharNV12), ROW(ResizeUcharUYVY));
+  add({2, 3}, ROW(ResizeUcharHalfSemiPlanar), ROW(Resize_secure), ROW(resizeSpareDisparityNearest),
+      ROW(resizeFloat_Bilinear), ROW(resizeFloat_Nearest_2Ch), ROW(resizeUcharRGB),
+      ROW(resizeUcharRGBChl));
+  add({0, 1, 2, 3, 4}, ROW(resize));
+  add({4}, ROW(resizeYrotateMinus90_Multi));
+  return all;
 }
-
-void* HookAlloc(uint32_t size, const char* /*name*/, int32_t /*zero*/) { return std::malloc(size); }
-void HookFree(void* block, const char* /*name*/, int32_t /*zero*/) { std::free(block); }
 
 class HostileSizes : public ::testing::Test {
  protected:
-  HostileSizes() {
-    fmalloc = &HookAlloc;
-    ffree = &HookFree;
-  }
-  ~HostileSizes() override {
-    fmalloc = nullptr;
-    ffree = nullptr;
-  }
+  HostileSizes() { fmalloc = pool_.get()->alloc, ffree = pool_.get()->free; }
+  ~HostileSizes() override { fmalloc = nullptr, ffree = nullptr; }
+
+  TrackingPool pool_;
   LogCapture log_;
 };
 
