@@ -78,69 +78,60 @@ namespace vantro::test {
 namespace {
 
 constexpr char kTag[] = "QZA_MVANTRO";
+constexpr char kNotEnough[] = "Not Enough Thread Created!";
+constexpr char kAttrLeft[] = "Failed to Destroy Thread Attr!";
 constexpr int32_t kThreads = 3;
 constexpr MThreadAttr kUnpinned = {-1, 0, "failing"};
 
-struct Failure {
-  int malloc_at;  // -1: none
-  std::vector<std::pair<Call, int>> at;
-  std::vector<std::string> errors;  // before the closing line
-};
+// The creation of a pool when these calls, and the `malloc_at`-th of malloc, fail: the errors
+// before its closing line, and nothing left behind.
+void ExpectErrors(std::vector<std::pair<Call, int>> at, const std::vector<std::string>& errors,
+                  int malloc_at = -1) {
+  SCOPED_TRACE(errors.front());
+  const int threads_before = CountThreads();
+  failures = &at;
+  std::fill_n(calls, static_cast<int>(kCallKinds), 0);
+  const LogCapture log;
+  const FailingMalloc heap(malloc_at);
+  int32_t made = -77;
+  armed = true;
+  MThreadPool* pool = MThread_Create(kThreads, &kUnpinned, &made);
+  armed = false;
+  // An attribute object that stays does not cost the pool.
+  const bool made_all = errors.size() == 1 && errors[0] == kAttrLeft;
+  EXPECT_EQ(pool != nullptr, made_all);
+  EXPECT_EQ(made, made_all ? kThreads : 1);
+  const std::vector<LogLine> lines = log.lines();
+  ASSERT_EQ(lines.size(), errors.size() + 1);
+  for (size_t i = 0; i < errors.size(); ++i) EXPECT_EQ(lines[i], (LogLine{6, kTag, errors[i]}));
+  const LogLine closing = {3, kTag, "0 / 3 threads Created for (nil)."};
+  EXPECT_EQ(lines.back() == closing, !made_all);
+  if (made_all) MThread_Destroy(pool);
+  EXPECT_EQ(heap.live(), 0);
+  EXPECT_EQ(semaphores, 0);
+  EXPECT_EQ(live_attributes, 0);
+  EXPECT_TRUE(ThreadsComeDownTo(threads_before));
+}
 
 TEST(ThreadFailure, EveryFailurePointLeavesNothingBehind) {
-  const std::string array_size = std::to_string(kThreads * sizeof(MThreadUnit));
-  const char not_enough[] = "Not Enough Thread Created!";
-  const char attr_left[] = "Failed to Destroy Thread Attr!";
-  const Failure failures_to_try[] = {
-      {-1, {{kAttrInit, 0}}, {"Failed to Init Thread attribute."}},
-      {-1, {{kAttrDestroy, 0}}, {attr_left}},
-      {0, {}, {"Failed to Allocate Memory of " + array_size + " for 3 threads!"}},
-      {0,
-       {{kAttrDestroy, 0}},
-       {"Failed to Allocate Memory of " + array_size + " for 3 threads!", attr_left}},
-      {-1, {{kSemInit, 0}}, {"Failed to init start_sem of thread 0", not_enough}},
-      {-1, {{kSemInit, 3}}, {"Failed to init end_sem of thread 1", not_enough}},
-      {-1,
-       {{kSemInit, 4}, {kAttrDestroy, 0}},
-       {"Failed to init start_sem of thread 2", not_enough, attr_left}},
-      {-1, {{kThreadCreate, 0}}, {"Failed to Create Thread 0!", not_enough}},
-      {-1, {{kThreadCreate, 1}}, {"Failed to Create Thread 1!", not_enough}},
-      {-1,
-       {{kSemInit, 0}, {kSemInit, 2}, {kThreadCreate, 0}},
-       {"Failed to init start_sem of thread 0", "Failed to init end_sem of thread 1",
-        "Failed to Create Thread 2!", not_enough}},
-      {1, {}, {"Failed to Allocate Memory of " + std::to_string(sizeof(MThreadPool)) + "!"}},
-  };
-  const int threads_before = CountThreads();
-  for (Failure failure : failures_to_try) {
-    SCOPED_TRACE(failure.errors.front());
-    failures = &failure.at;
-    std::fill_n(calls, static_cast<int>(kCallKinds), 0);
-    const LogCapture log;
-    const FailingMalloc heap(failure.malloc_at);
-    int32_t made = -77;
-    armed = true;
-    MThreadPool* pool = MThread_Create(kThreads, &kUnpinned, &made);
-    armed = false;
-    // An attribute object that stays does not cost the pool.
-    const bool made_all = failure.errors.size() == 1 && failure.errors[0] == attr_left;
-    EXPECT_EQ(pool != nullptr, made_all);
-    EXPECT_EQ(made, made_all ? kThreads : 1);
-    const std::vector<LogLine> lines = log.lines();
-    ASSERT_EQ(lines.size(), failure.errors.size() + 1);
-    for (size_t i = 0; i < failure.errors.size(); ++i) {
-      EXPECT_EQ(lines[i], (LogLine{6, kTag, failure.errors[i]}));
-    }
-    if (made_all) {
-      MThread_Destroy(pool);
-    } else {
-      EXPECT_EQ(lines.back(), (LogLine{3, kTag, "0 / 3 threads Created for (nil)."}));
-    }
-    EXPECT_EQ(heap.live(), 0);
-    EXPECT_EQ(semaphores, 0);
-    EXPECT_EQ(live_attributes, 0);
-    EXPECT_TRUE(ThreadsComeDownTo(threads_before));
-  }
+  const std::string no_records = "Failed to Allocate Memory of " +
+                                 std::to_string(kThreads * sizeof(MThreadUnit)) + " for 3 threads!";
+  const std::string no_pool =
+      "Failed to Allocate Memory of " + std::to_string(sizeof(MThreadPool)) + "!";
+  ExpectErrors({{kAttrInit, 0}}, {"Failed to Init Thread attribute."});
+  ExpectErrors({{kAttrDestroy, 0}}, {kAttrLeft});
+  ExpectErrors({}, {no_records}, 0);
+  ExpectErrors({{kAttrDestroy, 0}}, {no_records, kAttrLeft}, 0);
+  ExpectErrors({}, {no_pool}, 1);
+  ExpectErrors({{kSemInit, 0}}, {"Failed to init start_sem of thread 0", kNotEnough});
+  ExpectErrors({{kSemInit, 3}}, {"Failed to init end_sem of thread 1", kNotEnough});
+  ExpectErrors({{kSemInit, 4}, {kAttrDestroy, 0}},
+               {"Failed to init start_sem of thread 2", kNotEnough, kAttrLeft});
+  ExpectErrors({{kThreadCreate, 0}}, {"Failed to Create Thread 0!", kNotEnough});
+  ExpectErrors({{kThreadCreate, 1}}, {"Failed to Create Thread 1!", kNotEnough});
+  ExpectErrors({{kSemInit, 0}, {kSemInit, 2}, {kThreadCreate, 0}},
+               {"Failed to init start_sem of thread 0", "Failed to init end_sem of thread 1",
+                "Failed to Create Thread 2!", kNotEnough});
 }
 
 TEST(ThreadFailure, CountsWhoseRecordsPassTwoGigabytesAreRefused) {
