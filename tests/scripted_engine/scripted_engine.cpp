@@ -24,7 +24,6 @@ int32_t Plimra_Create(void** engine_out, const char* model_dir, void* /*algoInte
                       int32_t* width_out, int32_t* height_out, int32_t seg_mode) {
   const std::lock_guard lock(mutex);
   EngineScript& script = *Plimra_Script();
-  ++script.creates;
   script.create_mode = seg_mode;
   script.model_dir = model_dir;
   if (script.create_result != 0) return script.create_result;

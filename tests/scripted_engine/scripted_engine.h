@@ -38,7 +38,6 @@ struct EngineScript {
   std::function<int32_t(const SegmentCall&)> process;
 
   // What was seen.
-  int creates = 0;
   int destroys = 0;
   int processes = 0;
   int alive = 0;
