@@ -17,7 +17,7 @@ if grep -rl "$work/staged\|$source\|$build" "$work/prefix/lib"*/*/*/*.cmake "$wo
 fi
 
 echo "-- find_package"
-cmake -S "$here" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_C_COMPILER="$cc" >"$work/log" &&
+cmake -G Ninja -S "$here" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_C_COMPILER="$cc" >"$work/log" &&
   cmake --build "$work/consumer" >>"$work/log" || { cat "$work/log"; exit 1; }
 "$work/consumer/consumer"
 

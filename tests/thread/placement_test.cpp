@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -63,6 +64,8 @@ struct Record {
   uint32_t mask_4_to_7;
   int nice;
   const char* name;  // null: the caller's
+
+  friend void PrintTo(const Record& record, std::ostream* out) { *out << "flag " << record.flag; }
 };
 
 class ThreadPlacement : public testing::TestWithParam<Record> {};
