@@ -2,163 +2,168 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
+#include <cstring>
 
-#include "mask/mask_kernels.h"
+#include "mask/label_table.h"
 #include "mask/union_find.h"
+#include "support/simd_targets.h"
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "mask/label_runs.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
 
+#include "mask/mask_words-inl.h"
+
+HWY_BEFORE_NAMESPACE();
 namespace vantro {
+namespace HWY_NAMESPACE {
 namespace {
 
-// Columns whose changes are found at a time.
-constexpr int32_t kChunk = 2048;
+// The last of the set bits 0 to i, bit 0 being set.
+HWY_INLINE int LastUpTo(uint64_t bits, int i) {
+  return 63 - std::countl_zero(bits & LowBits(i + 1));
+}
 
-// The run of the row above that holds the columns from begin to end - 1. Starts before the first
-// run.
-struct RunCursor {
-  const int32_t* next;
-  int32_t label = 0;
-  int32_t begin = 0;
-  int32_t end = 0;
-
-  void Advance() {
-    const LabelRun run = NextRun(&next);
-    label = run.label;
-    begin = end;
-    end += run.length;
+// Hands out labels for the set bits of `fresh`. Returns how many columns have their labels.
+HWY_INLINE int32_t HandOutLabels(ConnectedComponentsLabeling& labeller, uint64_t fresh,
+                                 int32_t columns) {
+  for (; fresh != 0; fresh &= fresh - 1) {
+    if (HandOutLabel(labeller) < 0) return std::countr_zero(fresh);
   }
-};
+  return columns;
+}
 
 // Joins two labels for each of `times` pixels where they meet. The first time joins the sets, the
 // others only shorten the paths of both labels, until there is nothing left to shorten.
-void JoinForPixels(LabelEntry* table, int32_t label, int32_t above, int32_t times) {
+HWY_INLINE void JoinForPixels(LabelEntry* table, int32_t label, int32_t above, int32_t times) {
   for (int32_t i = 0; i < times; ++i) {
     JoinSets(table, label, above);
     if (table[label].parent == table[above].parent && IsFlat(table, label)) return;
   }
 }
 
-class RowLabeller {
- public:
-  RowLabeller(ConnectedComponentsLabeling& labeller, const RunRow* above, RunRow* row)
-      : labeller_(labeller),
-        pixels_above_(above == nullptr ? nullptr : above->pixels),
-        cursor_{above == nullptr ? nullptr : above->runs},
-        row_(*row) {
-    row_.end = row_.runs;
-    row_.columns = 0;
-  }
-
-  // Adds the run from the columns covered so far to `end` - 1.
-  bool AddRun(int32_t end) {
-    const int32_t begin = row_.columns;
-    const int32_t label = LabelOfRun(begin, end);
-    if (label < 0) return false;
-    if (end - begin == 1) {
-      *row_.end++ = ~label;
-    } else {
-      *row_.end++ = label;
-      *row_.end++ = end - begin;
+int32_t LabelRunsOfRow(ConnectedComponentsLabeling& labeller, const MaskPixels& mask, int32_t y,
+                       int32_t* labels) {
+  const ptrdiff_t offset = ptrdiff_t{y} * mask.width;
+  const uint8_t* row = mask.pixels + offset;
+  int32_t label = 0;  // of the last run
+  for (int32_t x = 0; x < mask.width;) {
+    const int32_t count = ColumnsLeft(mask, x);
+    int32_t* here = labels + offset + x;
+    const int32_t* above = here;
+    uint64_t starts = ReadColumns(mask, row, x).starts;
+    uint64_t starts_above = 1;
+    uint64_t equal = 0;
+    if (y > 0) {
+      above -= mask.width;
+      starts_above |= ReadColumns(mask, row - mask.width, x).starts;
+      equal = ReadEqual(mask, row, row - mask.width, x);
     }
-    row_.columns = end;
-    return true;
-  }
+    int32_t next = labeller.count;
+    const int32_t labelled = HandOutLabels(labeller, starts & ~equal, count);
+    if (labelled == 0) return x;
+    starts &= LowBits(labelled);
+    equal &= LowBits(labelled);
 
- private:
-  int32_t LabelOfRun(int32_t begin, int32_t end) {
-    if (pixels_above_ == nullptr) return labeller_.newLabel();
-    const uint8_t value = row_.pixels[begin];
-    while (cursor_.end <= begin) cursor_.Advance();
-    const bool continues_above = pixels_above_[begin] == value;
-    const int32_t label = continues_above ? cursor_.label : labeller_.newLabel();
-    if (label < 0) return label;
-
-    // The first pixel took its label from above, or found another value there; every later one
-    // joins the run's label with the label above.
-    for (int32_t column = begin + 1; column < end;) {
-      if (cursor_.end <= column) cursor_.Advance();
-      const int32_t meet_end = std::min(end, cursor_.end);
-      if (pixels_above_[column] == value) {
-        JoinForPixels(labeller_.table, label, cursor_.label, meet_end - column);
-      }
-      column = meet_end;
+    here[0] = label;
+    for (uint64_t left = starts; left != 0; left &= left - 1) {
+      const int i = std::countr_zero(left);
+      const bool continues = (equal >> i & 1) != 0;
+      const int32_t label_above = above[LastUpTo(starts_above, i)];
+      label = continues ? label_above : next;
+      next += !continues;
+      here[i] = label;
     }
-    return label;
+    // The first pixel of a run took its label from above, or found another value there; every later
+    // one joins the run's label with the label above.
+    uint64_t met = equal & ~starts;
+    starts |= 1;
+    while (met != 0) {
+      const int i = std::countr_zero(met);
+      JoinForPixels(labeller.table, here[LastUpTo(starts, i)], above[LastUpTo(starts_above, i)],
+                    std::countr_one(met >> i));
+      met &= met + (met & (~met + 1));
+    }
+    x += labelled;
+    if (labelled < count) return x;
   }
+  return mask.width;
+}
 
-  ConnectedComponentsLabeling& labeller_;
-  const uint8_t* pixels_above_;
-  RunCursor cursor_;
-  RunRow& row_;
-};
+// Replaces what the runs' first pixels hold by value(label, length) in all pixels of a row.
+template <typename Value>
+HWY_INLINE void ExpandRow(const MaskPixels& mask, int32_t y, int32_t columns, int32_t* labels,
+                          const Value& value) {
+  constexpr int kStore = 8;  // pixels written at a time; those behind a run's end are overwritten
+  const ptrdiff_t offset = ptrdiff_t{y} * mask.width;
+  for (int32_t x = 0; x < columns; x += std::min(kWord, columns - x)) {
+    const int32_t count = std::min(kWord, columns - x);
+    int32_t* here = labels + offset + x;
+    uint64_t starts = (ReadColumns(mask, mask.pixels + offset, x).starts | 1) & LowBits(count);
+    if (starts == 1) {
+      std::fill_n(here, count, value(here[0], count));
+      continue;
+    }
+    int32_t expanded[kWord + kStore];
+    while (starts != 0) {
+      const int begin = std::countr_zero(starts);
+      starts &= starts - 1;
+      const int end = std::min(std::countr_zero(starts), count);
+      const int32_t wanted = value(here[begin], end - begin);
+      int i = begin;
+      do {
+        for (int k = 0; k < kStore; ++k) expanded[i + k] = wanted;
+        i += kStore;
+      } while (i < end);
+    }
+    std::memcpy(here, expanded, static_cast<size_t>(count) * sizeof(int32_t));
+  }
+}
+
+void ExpandLabelsOfRow(const MaskPixels& mask, int32_t y, int32_t columns, int32_t* labels) {
+  ExpandRow(mask, y, columns, labels, [](int32_t label, int32_t) { return label; });
+}
+
+void ExpandRegionsOfRows(LabelEntry* table, const MaskPixels& mask, int32_t* labels) {
+  // One search a pixel, as long as it still shortens the path.
+  const auto region = [table](int32_t label, int32_t length) {
+    int32_t root = FindRoot(table, label);
+    if (table[label].parent != root) {
+      for (int32_t i = 1; i < length && !IsFlat(table, label); ++i) FindRoot(table, label);
+    }
+    return table[root].region;
+  };
+  for (int32_t y = 0; y < mask.height; ++y) ExpandRow(mask, y, mask.width, labels, region);
+}
 
 }  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace vantro
+HWY_AFTER_NAMESPACE();
 
-bool LabelRow(ConnectedComponentsLabeling& labeller, const RunRow* above, int32_t width,
-              RunRow* row) {
-  RowLabeller out(labeller, above, row);
-  uint64_t changes[kChunk / 64];
-  for (int32_t chunk = 1; chunk < width; chunk += std::min(kChunk, width - chunk)) {
-    const int32_t columns = std::min(kChunk, width - chunk);
-    FindChanges(row->pixels + chunk, static_cast<size_t>(columns), changes);
-    for (int32_t i = 0; i < columns; i += 64) {
-      for (uint64_t word = changes[i / 64]; word != 0; word &= word - 1) {
-        if (!out.AddRun(chunk + i + std::countr_zero(word))) return false;
-      }
-    }
-  }
-  return out.AddRun(width);
+#if HWY_ONCE
+#include "support/simd_dispatch.h"
+
+namespace vantro {
+namespace {
+VANTRO_KERNEL_TABLE(LabelRunsOfRow);
+VANTRO_KERNEL_TABLE(ExpandLabelsOfRow);
+VANTRO_KERNEL_TABLE(ExpandRegionsOfRows);
+}  // namespace
+
+int32_t LabelRuns(ConnectedComponentsLabeling& labeller, const MaskPixels& mask, int32_t y,
+                  int32_t* labels) {
+  return VANTRO_KERNEL(LabelRunsOfRow)(labeller, mask, y, labels);
 }
 
-bool LabelRows(ConnectedComponentsLabeling& labeller, const uint8_t* mask, int32_t* labels,
-               int32_t width, int32_t height) {
-  RunRow above{};
-  for (int32_t y = 0; y < height; ++y) {
-    const ptrdiff_t offset = ptrdiff_t{y} * width;
-    RunRow row{mask + offset, labels + offset, nullptr, 0};
-    if (!LabelRow(labeller, y == 0 ? nullptr : &above, width, &row)) return false;
-    above = row;
-  }
-  return true;
+void ExpandLabels(const MaskPixels& mask, int32_t y, int32_t columns, int32_t* labels) {
+  VANTRO_KERNEL(ExpandLabelsOfRow)(mask, y, columns, labels);
 }
 
-void ExpandRow(const RunRow& row) {
-  // From the right: the runs before a run take up no more room than their pixels.
-  const int32_t* at = row.end;
-  int32_t column = row.columns;
-  while (column > 0) {
-    const int32_t last = *--at;
-    const bool single = last < 0;
-    const int32_t length = single ? 1 : last;
-    const int32_t label = single ? ~last : *--at;
-    column -= length;
-    std::fill_n(row.runs + column, length, label);
-  }
-}
-
-int32_t NumberRegions(ConnectedComponentsLabeling& labeller) {
-  int32_t regions = 0;
-  for (int32_t i = 0; i < labeller.count; ++i) {
-    LabelEntry& entry = labeller.table[i];
-    if (entry.parent == i) entry.region = regions++;
-  }
-  return regions;
-}
-
-void ResolveRow(ConnectedComponentsLabeling& labeller, int32_t width, RunRow* row) {
-  LabelEntry* table = labeller.table;
-  const int32_t* at = row->runs;
-  int32_t* out = row->runs;
-  for (row->columns = 0; row->columns < width;) {
-    const LabelRun run = NextRun(&at);
-    // One search a pixel, as long as it still shortens the path.
-    int32_t root = FindRoot(table, run.label);
-    for (int32_t i = 1; i < run.length && !IsFlat(table, run.label); ++i) {
-      root = FindRoot(table, run.label);
-    }
-    RelabelRun(&out, table[root].region);
-    row->columns += run.length;
-  }
-  row->end = out;
+void ExpandRegions(LabelEntry* table, const MaskPixels& mask, int32_t* labels) {
+  VANTRO_KERNEL(ExpandRegionsOfRows)(table, mask, labels);
 }
 
 }  // namespace vantro
+#endif  // HWY_ONCE

@@ -7,10 +7,6 @@
 
 namespace vantro {
 
-// Bit i of `bits` (64 to a word, lowest first) is set when pixels[i] differs from pixels[i - 1];
-// the bits from `count` to the end of the last word are 0. pixels[-1] must be readable.
-void FindChanges(const uint8_t* pixels, size_t count, uint64_t* bits);
-
 // Clears every byte that differs from `value`; returns how many stay.
 size_t KeepValue(uint8_t* bytes, size_t count, uint8_t value);
 

@@ -1,6 +1,3 @@
-// Rows are read as bits, 64 columns at a time: which pixels are set, which begin a run, which equal
-// the pixel above. Where two runs meet is then a matter of bit operations, which costs no
-// mispredicted branch a pixel however wild the mask is.
 #include "mask/region_runs.h"
 
 #include <algorithm>
@@ -15,81 +12,18 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "mask/mask_words-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace vantro {
 namespace HWY_NAMESPACE {
 namespace {
-namespace hn = hwy::HWY_NAMESPACE;
 
-constexpr int32_t kWord = 64;
-
-// Bit i is set where a[i] != b[i].
-HWY_INLINE uint64_t Differences(const uint8_t* a, const uint8_t* b) {
-#if HWY_TARGET != HWY_SCALAR
-  const hn::CappedTag<uint8_t, 64> d;
-  uint8_t bits[8];
-  for (size_t i = 0; i < 64; i += hn::Lanes(d)) {
-    hn::StoreMaskBits(d, hn::LoadU(d, a + i) != hn::LoadU(d, b + i), bits + i / 8);
-  }
-  uint64_t word = 0;
-  std::memcpy(&word, bits, sizeof(word));
-  return word;
-#else
-  uint64_t word = 0;
-  for (size_t i = 0; i < 64; ++i) word |= uint64_t{a[i] != b[i]} << i;
-  return word;
-#endif
-}
-
-// 64 columns of a row.
-struct Columns {
-  uint64_t set;     // pixels other than 0
-  uint64_t starts;  // pixels that begin a run
-};
-
-constexpr uint8_t kZeros[kWord] = {};
-
-// `pixels` has a readable byte before it.
-HWY_INLINE Columns ReadWhole(const uint8_t* pixels) {
-  const uint64_t set = Differences(pixels, kZeros);
-  return {set, set & Differences(pixels, pixels - 1)};
-}
-
-HWY_INLINE int32_t ColumnsLeft(const MaskPixels& mask, int32_t x) {
-  return std::min(kWord, mask.width - x);
-}
-
-// The columns of a row from x on; those behind the row's end are 0.
-HWY_INLINE Columns ReadColumns(const MaskPixels& mask, const uint8_t* row, int32_t x) {
-  const int32_t count = ColumnsLeft(mask, x);
-  Columns columns;
-  if (mask.width < kWord || (x == 0 && row == mask.pixels)) {
-    uint8_t padded[1 + kWord] = {};
-    if (x > 0) padded[0] = row[x - 1];
-    std::memcpy(padded + 1, row + x, static_cast<size_t>(count));
-    columns = ReadWhole(padded + 1);
-  } else {
-    // The last columns of a row are the end of a word that overlaps the one before it.
-    columns = ReadWhole(row + x + count - kWord);
-    columns.set >>= kWord - count;
-    columns.starts >>= kWord - count;
-  }
-  if (x == 0) columns.starts |= columns.set & 1;
+// The runs of 0 do not count.
+HWY_INLINE Columns ReadSetRuns(const MaskPixels& mask, const uint8_t* row, int32_t x) {
+  Columns columns = ReadColumns(mask, row, x);
+  columns.starts &= columns.set;
   return columns;
-}
-
-// Bit i is set where the pixels of column x + i are equal; any bits behind the row's end.
-HWY_INLINE uint64_t ReadEqual(const MaskPixels& mask, const uint8_t* row, const uint8_t* above,
-                              int32_t x) {
-  const int32_t count = ColumnsLeft(mask, x);
-  if (mask.width >= kWord) {
-    const int32_t begin = x + count - kWord;
-    return ~Differences(row + begin, above + begin) >> (kWord - count);
-  }
-  uint8_t padded[2][kWord] = {};
-  std::memcpy(padded[0], row, static_cast<size_t>(count));
-  std::memcpy(padded[1], above, static_cast<size_t>(count));
-  return ~Differences(padded[0], padded[1]);
 }
 
 HWY_INLINE int32_t FindRoot(int32_t* runs, int32_t run) {
@@ -134,12 +68,12 @@ void JoinRuns(const MaskPixels& mask, int32_t* runs) {
     const int32_t row_begin = count;
     uint64_t met_before = 0;
     for (int32_t x = 0; x < mask.width; x += ColumnsLeft(mask, x)) {
-      const Columns columns = ReadColumns(mask, row, x);
+      const Columns columns = ReadSetRuns(mask, row, x);
       const int32_t count_before = count;
       count = AddRuns(runs, count, columns);
       if (y == 0) continue;
       const uint8_t* above_row = row - mask.width;
-      const Columns above = ReadColumns(mask, above_row, x);
+      const Columns above = ReadSetRuns(mask, above_row, x);
       const uint64_t met = columns.set & ReadEqual(mask, row, above_row, x);
       // Two runs that meet in several neighbouring columns are joined in the first one.
       uint64_t joints = met & ~((met << 1 | met_before) & ~columns.starts & ~above.starts);
@@ -194,7 +128,7 @@ void ClearSmallRegions(const MaskPixels& mask, int32_t* runs, int32_t smallest) 
   for (int32_t y = 0; y < mask.height; ++y) {
     uint8_t* row = mask.pixels + ptrdiff_t{y} * mask.width;
     bool small = false;  // the last run
-    Columns columns = ReadColumns(mask, row, 0);
+    Columns columns = ReadSetRuns(mask, row, 0);
     for (int32_t x = 0; x < mask.width;) {
       const uint64_t continued = columns.set & ~columns.starts;
       uint64_t cleared = small ? continued & ~(continued + 1) : 0;
@@ -209,7 +143,7 @@ void ClearSmallRegions(const MaskPixels& mask, int32_t* runs, int32_t smallest) 
       // The columns that follow are read before the pixel before them is cleared.
       uint8_t* pixels = row + x;
       x += count;
-      if (x < mask.width) columns = ReadColumns(mask, row, x);
+      if (x < mask.width) columns = ReadSetRuns(mask, row, x);
       ClearColumns(pixels, count, cleared);
     }
   }

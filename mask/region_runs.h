@@ -11,14 +11,9 @@
 
 #include <cstdint>
 
-namespace vantro {
+#include "mask/mask_pixels.h"
 
-// A mask without gaps between its rows.
-struct MaskPixels {
-  uint8_t* pixels;
-  int32_t width;
-  int32_t height;
-};
+namespace vantro {
 
 // Builds the forest of 4-connected regions in `runs`, which has room for one integer a pixel.
 void JoinRuns(const MaskPixels& mask, int32_t* runs);
