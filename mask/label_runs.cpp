@@ -22,7 +22,7 @@ namespace {
 
 // The last of the set bits 0 to i, bit 0 being set.
 HWY_INLINE int LastUpTo(uint64_t bits, int i) {
-  return 63 - std::countl_zero(bits & LowBits(i + 1));
+  return 63 - std::countl_zero((bits & LowBits(i + 1)) | 1);
 }
 
 // Hands out labels for the set bits of `fresh`. Returns how many columns have their labels.
@@ -32,15 +32,6 @@ HWY_INLINE int32_t HandOutLabels(ConnectedComponentsLabeling& labeller, uint64_t
     if (HandOutLabel(labeller) < 0) return std::countr_zero(fresh);
   }
   return columns;
-}
-
-// Joins two labels for each of `times` pixels where they meet. The first time joins the sets, the
-// others only shorten the paths of both labels, until there is nothing left to shorten.
-HWY_INLINE void JoinForPixels(LabelEntry* table, int32_t label, int32_t above, int32_t times) {
-  for (int32_t i = 0; i < times; ++i) {
-    JoinSets(table, label, above);
-    if (table[label].parent == table[above].parent && IsFlat(table, label)) return;
-  }
 }
 
 int32_t LabelRunsOfRow(ConnectedComponentsLabeling& labeller, const MaskPixels& mask, int32_t y,
@@ -69,10 +60,10 @@ int32_t LabelRunsOfRow(ConnectedComponentsLabeling& labeller, const MaskPixels& 
     here[0] = label;
     for (uint64_t left = starts; left != 0; left &= left - 1) {
       const int i = std::countr_zero(left);
-      const bool continues = (equal >> i & 1) != 0;
+      const auto fresh = static_cast<int32_t>(~equal >> i & 1);
       const int32_t label_above = above[LastUpTo(starts_above, i)];
-      label = continues ? label_above : next;
-      next += !continues;
+      label = label_above ^ ((label_above ^ next) & -fresh);
+      next += fresh;
       here[i] = label;
     }
     // The first pixel of a run took its label from above, or found another value there; every later
@@ -102,7 +93,8 @@ HWY_INLINE void ExpandRow(const MaskPixels& mask, int32_t y, int32_t columns, in
     int32_t* here = labels + offset + x;
     uint64_t starts = (ReadColumns(mask, mask.pixels + offset, x).starts | 1) & LowBits(count);
     if (starts == 1) {
-      std::fill_n(here, count, value(here[0], count));
+      const int32_t wanted = value(here[0], count);
+      for (int32_t i = 0; i < count; ++i) here[i] = wanted;
       continue;
     }
     int32_t expanded[kWord + kStore];

@@ -31,8 +31,8 @@ int32_t NumberRegions(ConnectedComponentsLabeling& labeller) {
   int32_t regions = 0;
   for (int32_t i = 0; i < labeller.count; ++i) {
     LabelEntry& entry = labeller.table[i];
-    const bool root = entry.parent == i;
-    entry.region = root ? regions : entry.region;
+    const auto root = static_cast<int32_t>(entry.parent == i);
+    entry.region ^= (entry.region ^ regions) & -root;
     regions += root;
   }
   return regions;
@@ -45,7 +45,7 @@ int ConnectedComponentsLabeling::newLabel() { return vantro::HandOutLabel(*this)
 
 int ConnectedComponentsLabeling::merge(int a, int b) {
   if (a < 0 || a >= capacity || b < 0 || b >= capacity) return VANTRO_ERR_STAGE_INPUT;
-  return vantro::JoinSets(table, a, b) ? 1 : 0;
+  return vantro::JoinSets(table, a, b).was_one ? 1 : 0;
 }
 
 int ConnectedComponentsLabeling::labelImage(unsigned char* mask, int* labels, int width,

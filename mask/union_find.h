@@ -19,22 +19,47 @@ inline int32_t FindRoot(LabelEntry* table, int32_t label) {
   return label;
 }
 
-// Makes the root of b's set the root of a's set too. True when both were one set already.
-inline bool JoinSets(LabelEntry* table, int32_t a, int32_t b) {
+struct JoinedSet {
+  int32_t root;
+  bool was_one;  // before
+};
+
+// Makes the root of b's set the root of a's set too.
+inline JoinedSet JoinSets(LabelEntry* table, int32_t a, int32_t b) {
   const int32_t root_a = FindRoot(table, a);
   const int32_t root_b = FindRoot(table, b);
-  if (root_a != root_b && (table[a].parent != root_a || table[b].parent != root_b)) {
+  const bool flat = (table[a].parent == root_a) & (table[b].parent == root_b);
+  if (!flat && root_a != root_b) {
     FindRoot(table, b);
     FindRoot(table, a);
   }
   table[root_a].parent = root_b;
-  return root_a == root_b;
+  return {root_b, root_a == root_b};
 }
 
 // True when the entry is a root or hangs on one: FindRoot then changes nothing.
 inline bool IsFlat(const LabelEntry* table, int32_t label) {
   const int32_t parent = table[label].parent;
   return table[parent].parent == parent;
+}
+
+// Joins two sets for each of `times` pixels where they meet. The first time joins them, the others
+// only shorten the paths of both labels, until there is nothing left to shorten.
+inline void JoinForPixels(LabelEntry* table, int32_t a, int32_t b, int32_t times) {
+  const int32_t root = JoinSets(table, a, b).root;
+  // The first step of the second time, which is most often all that is to do. How many times there
+  // are is not to be foretold, so this asks no questions.
+  int32_t& parent = table[a].parent;
+  const bool again = times > 1;
+  parent ^= (parent ^ table[parent].parent) & -static_cast<int32_t>(again);
+  if (again & ((parent != root) | (table[b].parent != root))) {
+    FindRoot(table, parent);
+    FindRoot(table, b);
+    for (int32_t i = 2; i < times && !(IsFlat(table, a) && IsFlat(table, b)); ++i) {
+      FindRoot(table, a);
+      FindRoot(table, b);
+    }
+  }
 }
 
 }  // namespace vantro
