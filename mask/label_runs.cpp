@@ -38,19 +38,24 @@ int32_t LabelRunsOfRow(ConnectedComponentsLabeling& labeller, const MaskPixels& 
                        int32_t* labels) {
   const ptrdiff_t offset = ptrdiff_t{y} * mask.width;
   const uint8_t* row = mask.pixels + offset;
+  const uint8_t* row_above = y > 0 ? row - mask.width : row;
   int32_t label = 0;  // of the last run
   for (int32_t x = 0; x < mask.width;) {
     const int32_t count = ColumnsLeft(mask, x);
     int32_t* here = labels + offset + x;
-    const int32_t* above = here;
+    const int32_t* above = y > 0 ? here - mask.width : here;
     uint64_t starts = ReadColumns(mask, row, x).starts;
-    uint64_t starts_above = 1;
-    uint64_t equal = 0;
-    if (y > 0) {
-      above -= mask.width;
-      starts_above |= ReadColumns(mask, row - mask.width, x).starts;
-      equal = ReadEqual(mask, row, row - mask.width, x);
+    uint64_t equal = y > 0 ? ReadEqual(mask, row, row_above, x) & LowBits(count) : 0;
+    if (starts <= 1 && equal == LowBits(count)) {
+      // One run that continues the one above.
+      if (starts == 1) label = above[0];
+      here[0] = label;
+      const int32_t times = count - static_cast<int32_t>(starts);
+      if (times > 0) JoinForPixels(labeller.table, label, above[0], times);
+      x += count;
+      continue;
     }
+    const uint64_t starts_above = y > 0 ? ReadColumns(mask, row_above, x).starts | 1 : 1;
     int32_t next = labeller.count;
     const int32_t labelled = HandOutLabels(labeller, starts & ~equal, count);
     if (labelled == 0) return x;
@@ -82,6 +87,14 @@ int32_t LabelRunsOfRow(ConnectedComponentsLabeling& labeller, const MaskPixels& 
   return mask.width;
 }
 
+HWY_INLINE void Fill(int32_t* labels, int32_t count, int32_t value) {
+  if (count == kWord) {
+    for (int32_t i = 0; i < kWord; ++i) labels[i] = value;
+  } else {
+    for (int32_t i = 0; i < count; ++i) labels[i] = value;
+  }
+}
+
 // Replaces what the runs' first pixels hold by value(label, length) in all pixels of a row.
 template <typename Value>
 HWY_INLINE void ExpandRow(const MaskPixels& mask, int32_t y, int32_t columns, int32_t* labels,
@@ -93,8 +106,7 @@ HWY_INLINE void ExpandRow(const MaskPixels& mask, int32_t y, int32_t columns, in
     int32_t* here = labels + offset + x;
     uint64_t starts = (ReadColumns(mask, mask.pixels + offset, x).starts | 1) & LowBits(count);
     if (starts == 1) {
-      const int32_t wanted = value(here[0], count);
-      for (int32_t i = 0; i < count; ++i) here[i] = wanted;
+      Fill(here, count, value(here[0], count));
       continue;
     }
     int32_t expanded[kWord + kStore];
@@ -109,7 +121,11 @@ HWY_INLINE void ExpandRow(const MaskPixels& mask, int32_t y, int32_t columns, in
         i += kStore;
       } while (i < end);
     }
-    std::memcpy(here, expanded, static_cast<size_t>(count) * sizeof(int32_t));
+    if (count == kWord) {
+      std::memcpy(here, expanded, kWord * sizeof(int32_t));
+    } else {
+      std::memcpy(here, expanded, static_cast<size_t>(count) * sizeof(int32_t));
+    }
   }
 }
 
@@ -120,6 +136,7 @@ void ExpandLabelsOfRow(const MaskPixels& mask, int32_t y, int32_t columns, int32
 void ExpandRegionsOfRows(LabelEntry* table, const MaskPixels& mask, int32_t* labels) {
   // One search a pixel, as long as it still shortens the path.
   const auto region = [table](int32_t label, int32_t length) {
+    if (IsFlat(table, label)) return table[table[label].parent].region;
     int32_t root = FindRoot(table, label);
     if (table[label].parent != root) {
       for (int32_t i = 1; i < length && !IsFlat(table, label); ++i) FindRoot(table, label);

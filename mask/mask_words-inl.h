@@ -1,8 +1,8 @@
 // Rows of a mask as bits, 64 columns at a time: which pixels are set, which begin a run (some
-// neighbouring pixels of one value in a row), which equal the pixel above. Where runs begin, end and
-// meet is then a matter of bit operations, which costs no mispredicted branch a pixel however wild
-// the mask is. Included once a target, after hwy/highway.h, mask/mask_pixels.h, <algorithm>, <bit>
-// and <cstring>.
+// neighbouring pixels of one value in a row), which equal the pixel above. Where runs begin, end
+// and meet is then a matter of bit operations, which costs no mispredicted branch a pixel however
+// wild the mask is. Included once a target, after hwy/highway.h, mask/mask_pixels.h, <algorithm>,
+// <bit> and <cstring>.
 
 #if defined(VANTRO_MASK_MASK_WORDS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef VANTRO_MASK_MASK_WORDS_INL_H_

@@ -46,6 +46,8 @@ inline bool IsFlat(const LabelEntry* table, int32_t label) {
 // Joins two sets for each of `times` pixels where they meet. The first time joins them, the others
 // only shorten the paths of both labels, until there is nothing left to shorten.
 inline void JoinForPixels(LabelEntry* table, int32_t a, int32_t b, int32_t times) {
+  // Two runs that meet for long are most often parts of one region already.
+  if (times >= 8 && table[a].parent == table[b].parent && IsFlat(table, a)) return;
   const int32_t root = JoinSets(table, a, b).root;
   // The first step of the second time, which is most often all that is to do. How many times there
   // are is not to be foretold, so this asks no questions.

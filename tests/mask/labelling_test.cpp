@@ -98,9 +98,9 @@ TEST(Labelling, EqualsThePixelwiseLabeller) {
       const int height = random.Int(1, 40);
       CheckMask(RandomMask(random, width, height, random.Int(0, 1) == 0 ? 2 : 256), width, height);
     }
-    // Wider than what is searched for changes at a time.
-    for (const int width : {2048, 2049, 2050, 4500}) {
-      CheckMask(RandomMask(random, width, 5, 2), width, 5);
+    // Rows that end with, just behind or just before a word of 64 columns.
+    for (const int width : {1, 63, 64, 65, 128, 129, 1000}) {
+      for (int i = 0; i < 20; ++i) CheckMask(RandomMask(random, width, 60, 2), width, 60);
     }
   });
 }
