@@ -1,7 +1,6 @@
 #include "image/row_spread.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "support/simd_targets.h"
@@ -15,55 +14,6 @@ namespace vantro {
 namespace HWY_NAMESPACE {
 namespace {
 namespace hn = hwy::HWY_NAMESPACE;
-
-// Pairs that stand side by side are fetched together. Stores of eight bytes reach the vector loads
-// behind them sooner than smaller ones.
-void SpreadAdjacent(const uint8_t* row, const StripColumns& columns, SpreadRow& out) {
-  static_assert(std::endian::native == std::endian::little);
-  alignas(64) uint16_t pairs[kStripColumns];
-  const auto pair = [&](int x) {
-    uint16_t bytes;
-    std::memcpy(&bytes, row + columns.left[x], sizeof(bytes));
-    return uint64_t{bytes};
-  };
-  int first = 0;
-  for (; first + 4 <= columns.count; first += 4) {
-    const uint64_t four =
-        pair(first) | pair(first + 1) << 16 | pair(first + 2) << 32 | pair(first + 3) << 48;
-    std::memcpy(&pairs[first], &four, sizeof(four));
-  }
-  for (; first < columns.count; ++first) pairs[first] = static_cast<uint16_t>(pair(first));
-  for (int x = 0; x < columns.count; ++x) {
-    out.left[x] = static_cast<float>(pairs[x] & 0xFF);
-    out.right[x] = static_cast<float>(pairs[x] >> 8);
-  }
-}
-
-// The same where every second byte belongs to the channel. Each word starts one byte early, so that
-// it ends with its pair; only in front of the row's first pair there may be nothing to read.
-void SpreadAdjacentSeconds(const uint8_t* row, const StripColumns& columns, SpreadRow& out) {
-  alignas(64) uint32_t words[kStripColumns];
-  const auto word = [&](int x) {
-    const int64_t left = 2 * int64_t{columns.left[x]};
-    uint32_t bytes;
-    if (left == 0) {
-      bytes = static_cast<uint32_t>(row[0]) << 8 | static_cast<uint32_t>(row[2]) << 24;
-    } else {
-      std::memcpy(&bytes, row + left - 1, sizeof(bytes));
-    }
-    return uint64_t{bytes};
-  };
-  int first = 0;
-  for (; first + 2 <= columns.count; first += 2) {
-    const uint64_t two = word(first) | word(first + 1) << 32;
-    std::memcpy(&words[first], &two, sizeof(two));
-  }
-  if (first < columns.count) words[first] = static_cast<uint32_t>(word(first));
-  for (int x = 0; x < columns.count; ++x) {
-    out.left[x] = static_cast<float>(static_cast<int32_t>(words[x] >> 8 & 0xFF));
-    out.right[x] = static_cast<float>(static_cast<int32_t>(words[x] >> 24));
-  }
-}
 
 #if HWY_TARGET != HWY_SCALAR
 using D8 = hn::Full128<uint8_t>;
@@ -81,16 +31,42 @@ HWY_INLINE void StoreGroup(hn::Vec<DGroup> samples, float* out) {
   for (int i = 0; i < SpreadPlan::kGroup; ++i) out[i] = bytes[i];
 #endif
 }
+
+// Both samples of a column come with one word that begins with the left one. Words are collected in
+// registers: vector loads of what several smaller stores have just written would wait for those.
+template <int kStep>
+HWY_INLINE int SpreadWords(const uint8_t* row, const StripColumns& columns, int count,
+                           SpreadRow& out) {
+  const hn::Full128<int32_t> d;
+  const hn::Rebind<float, decltype(d)> df;
+  const auto low_byte = hn::Set(d, 0xFF);
+  int x = 0;
+  for (; x + 4 <= count; x += 4) {
+    const auto word = [&](int i) {
+      int32_t bytes;
+      std::memcpy(&bytes, row + int64_t{columns.left[x + i]} * kStep, sizeof(bytes));
+      return bytes;
+    };
+    auto words = hn::Set(d, word(0));
+    words = hn::InsertLane(words, 1, word(1));
+    words = hn::InsertLane(words, 2, word(2));
+    words = hn::InsertLane(words, 3, word(3));
+    hn::Store(hn::ConvertTo(df, hn::And(words, low_byte)), df, out.left + x);
+    hn::Store(hn::ConvertTo(df, hn::And(hn::ShiftRight<8 * kStep>(words), low_byte)), df,
+              out.right + x);
+  }
+  return x;
+}
 #endif  // HWY_TARGET != HWY_SCALAR
 
-void Spread(const uint8_t* row, int64_t step, const StripColumns& columns, const SpreadPlan& plan,
-            SpreadRow& out) {
-  if (plan.adjacent) {
-    return step == 1 ? SpreadAdjacent(row, columns, out) : SpreadAdjacentSeconds(row, columns, out);
-  }
+void Spread(const uint8_t* row, int64_t step, const StripColumns& columns,
+            [[maybe_unused]] const SpreadPlan& plan, SpreadRow& out) {
   int x = 0;
 #if HWY_TARGET != HWY_SCALAR
-  if (plan.windows > 0) {
+  if (plan.words > 0) {
+    x = step == 1 ? SpreadWords<1>(row, columns, plan.words, out)
+                  : SpreadWords<2>(row, columns, plan.words, out);
+  } else if (plan.windows > 0) {
     const D8 d;
     for (int g = 0; x + SpreadPlan::kGroup <= columns.count; ++g, x += SpreadPlan::kGroup) {
       const uint8_t* const window = row + plan.base[g];
@@ -125,11 +101,16 @@ VANTRO_KERNEL_TABLE(Spread);
 
 constexpr uint8_t kNone = 0x80;  // shuffle index that gives 0 on every processor
 
-bool AreAdjacent(const StripColumns& columns) {
-  for (int x = 0; x < columns.count; ++x) {
-    if (columns.right[x] != columns.left[x] + 1) return false;
+// How many columns, from the left, find both samples in the word that begins with the left one.
+int CountWords(const ChannelSource& source, const StripColumns& columns) {
+  if (source.step > 2) return 0;
+  const int64_t last = source.row_bytes - SpreadPlan::kWord;
+  int x = 0;
+  while (x < columns.count && columns.right[x] == columns.left[x] + 1 &&
+         columns.left[x] * source.step <= last) {
+    ++x;
   }
-  return true;
+  return x;
 }
 
 void MakePlan(const ChannelSource& source, const StripColumns& columns, SpreadPlan& plan) {
@@ -143,10 +124,10 @@ void MakePlan(const ChannelSource& source, const StripColumns& columns, SpreadPl
     span = std::max(span, distance * source.step + 1);
   }
   plan.windows = 0;
-  plan.adjacent = false;
+  plan.words = 0;
   const int64_t windows = (span + kWindow - 1) / kWindow;
   if (windows > SpreadPlan::kMaxWindows || windows * kWindow > source.row_bytes) {
-    plan.adjacent = source.step <= 2 && AreAdjacent(columns);
+    plan.words = CountWords(source, columns);
     return;
   }
   plan.windows = static_cast<int>(windows);

@@ -36,9 +36,10 @@ struct SpreadPlan {
   static constexpr int kGroup = 8;
   static constexpr int kWindow = 16;
   static constexpr int kMaxWindows = 4;  // beyond, samples lie too far apart for shuffles to pay
+  static constexpr int kWord = 4;
 
-  int windows;    // 0: no shuffles
-  bool adjacent;  // without shuffles, step 1 or 2: every right sample is the next one
+  int windows;  // 0: no shuffles
+  int words;    // without shuffles: so many columns find both samples in one word
   int64_t base[kStripColumns / kGroup];
   // For each group and window the bytes to take for the left samples, then the right ones.
   alignas(16) uint8_t choice[kStripColumns / kGroup][kMaxWindows][kWindow];
