@@ -32,25 +32,41 @@ HWY_INLINE void StoreGroup(hn::Vec<DGroup> samples, float* out) {
 #endif
 }
 
-// Both samples of a column come with one word that begins with the left one. Words are collected in
-// registers: vector loads of what several smaller stores have just written would wait for those.
+using DWords = hn::CappedTag<int32_t, 8>;
+
+// One word for each of a vector of columns, beginning with the left sample. They are collected in
+// registers: a vector load of what several smaller stores have just written would wait for those.
+template <int kStep>
+HWY_INLINE hn::Vec<DWords> CollectWords(const uint8_t* row, const int32_t* left) {
+  const auto four = [&](int first) HWY_ATTR {
+    const auto word = [&](int i) {
+      int32_t bytes;
+      std::memcpy(&bytes, row + int64_t{left[first + i]} * kStep, sizeof(bytes));
+      return bytes;
+    };
+    auto words = hn::Set(hn::Full128<int32_t>(), word(0));
+    words = hn::InsertLane(words, 1, word(1));
+    words = hn::InsertLane(words, 2, word(2));
+    return hn::InsertLane(words, 3, word(3));
+  };
+#if HWY_MAX_BYTES >= 32
+  return hn::Combine(DWords(), four(4), four(0));
+#else
+  return four(0);
+#endif
+}
+
+// Both samples of a column are in its word.
 template <int kStep>
 HWY_INLINE int SpreadWords(const uint8_t* row, const StripColumns& columns, int count,
                            SpreadRow& out) {
-  const hn::Full128<int32_t> d;
-  const hn::Rebind<float, decltype(d)> df;
+  const DWords d;
+  const hn::Rebind<float, DWords> df;
   const auto low_byte = hn::Set(d, 0xFF);
+  constexpr auto kLanes = static_cast<int>(hn::MaxLanes(d));
   int x = 0;
-  for (; x + 4 <= count; x += 4) {
-    const auto word = [&](int i) {
-      int32_t bytes;
-      std::memcpy(&bytes, row + int64_t{columns.left[x + i]} * kStep, sizeof(bytes));
-      return bytes;
-    };
-    auto words = hn::Set(d, word(0));
-    words = hn::InsertLane(words, 1, word(1));
-    words = hn::InsertLane(words, 2, word(2));
-    words = hn::InsertLane(words, 3, word(3));
+  for (; x + kLanes <= count; x += kLanes) {
+    const auto words = CollectWords<kStep>(row, columns.left + x);
     hn::Store(hn::ConvertTo(df, hn::And(words, low_byte)), df, out.left + x);
     hn::Store(hn::ConvertTo(df, hn::And(hn::ShiftRight<8 * kStep>(words), low_byte)), df,
               out.right + x);
