@@ -44,6 +44,15 @@ void InOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<f
             });
 }
 
+void Weighted(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
+              const RowWeights<float>& row, float bias, uint8_t* HWY_RESTRICT out) {
+  for (int x = 0; x < columns.count; ++x) {
+    const float v = row.upper * upper.left[x] + row.upper * upper.weighted_right[x] +
+                    row.lower * lower.left[x] + row.lower * columns.right[x] * lower.right[x];
+    out[x] = static_cast<uint8_t>(static_cast<int32_t>(v + bias));
+  }
+}
+
 // Both rules where the upper row has all the weight: the other terms are zeros.
 void UpperOnly(const SpreadRow& upper, const AxisWeights<float>& columns, float bias,
                uint8_t* HWY_RESTRICT out) {
@@ -140,6 +149,7 @@ namespace vantro {
 namespace {
 VANTRO_KERNEL_TABLE(Grouped);
 VANTRO_KERNEL_TABLE(InOrder);
+VANTRO_KERNEL_TABLE(Weighted);
 VANTRO_KERNEL_TABLE(UpperOnly);
 VANTRO_KERNEL_TABLE(Once);
 VANTRO_KERNEL_TABLE(Terms);
@@ -152,6 +162,10 @@ void SumGrouped(const SpreadRow& upper, const SpreadRow& lower, const AxisWeight
 void SumInOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
                 const RowWeights<float>& row, float bias, uint8_t* out) {
   VANTRO_KERNEL(InOrder)(upper, lower, columns, row, bias, out);
+}
+void SumWeighted(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
+                 const RowWeights<float>& row, float bias, uint8_t* out) {
+  VANTRO_KERNEL(Weighted)(upper, lower, columns, row, bias, out);
 }
 void SumUpperOnly(const SpreadRow& upper, const AxisWeights<float>& columns, float bias,
                   uint8_t* out) {

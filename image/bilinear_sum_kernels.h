@@ -31,7 +31,10 @@ void SumGrouped(const SpreadRow& upper, const SpreadRow& lower, const AxisWeight
 // wy0*(wx0*P00) + wy0*(wx1*P01) + wy1*(wx0*P10) + (wy1*wx1)*P11
 void SumInOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
                 const RowWeights<float>& row, float bias, uint8_t* out);
-// Either, for the row weights (1, 0).
+// The same of rows of weighted samples: wx0*P00, wx1*P01 and wx0*P10 are there already.
+void SumWeighted(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
+                 const RowWeights<float>& row, float bias, uint8_t* out);
+// SumGrouped or SumInOrder, for the row weights (1, 0).
 void SumUpperOnly(const SpreadRow& upper, const AxisWeights<float>& columns, float bias,
                   uint8_t* out);
 

@@ -66,24 +66,34 @@ struct StripWeights {
 };
 
 void ResizeStrip(const ChannelSource& source, const BilinearTables& tables, const SumRule& rule,
-                 int first, int count, int height, const ChannelTarget& target) {
+                 const ChannelSizes& sizes, int first, int count, const ChannelTarget& target) {
   const BilinearAxis& columns = tables.columns();
   const BilinearAxis& rows = tables.rows();
-  RowSpreader spreader(source, {columns.first + first, columns.second + first, count});
   StripWeights aligned;
   std::copy_n(columns.first_weight + first, count, aligned.left);
   std::copy_n(columns.second_weight + first, count, aligned.right);
   const AxisWeights<float> weights = {aligned.left, aligned.right, count};
+  StripColumns samples = {columns.first + first, columns.second + first, count};
+  // Weighting pays where a source row serves several destination rows.
+  const bool weighted = rule.sum == &SumInOrder && sizes.dst_height > sizes.src_height;
+  if (weighted) {
+    samples.left_weight = aligned.left;
+    samples.right_weight = aligned.right;
+  }
+  RowSpreader spreader(source, samples);
   uint8_t packed[kStripColumns];
   uint8_t* dst = target.data + first * target.step;
-  for (int y = 0; y < height; ++y, dst += target.pitch) {
+  for (int y = 0; y < sizes.dst_height; ++y, dst += target.pitch) {
     const RowWeights<float> row = {rows.first_weight[y], rows.second_weight[y]};
     uint8_t* const out = target.step == 1 ? dst : packed;
-    if (row.upper == 1.0f && row.lower == 0.0f) {
-      const auto [upper, same] = spreader.Rows(rows.first[y], rows.first[y]);
+    const bool upper_only = row.upper == 1.0f && row.lower == 0.0f;
+    const auto [upper, lower] =
+        spreader.Rows(rows.first[y], upper_only ? rows.first[y] : rows.second[y]);
+    if (weighted) {
+      SumWeighted(*upper, *lower, weights, row, rule.bias, out);
+    } else if (upper_only) {
       SumUpperOnly(*upper, weights, rule.bias, out);
     } else {
-      const auto [upper, lower] = spreader.Rows(rows.first[y], rows.second[y]);
       rule.sum(*upper, *lower, weights, row, rule.bias, out);
     }
     if (target.step != 1) ScatterStrided(packed, count, target.step, dst);
@@ -130,7 +140,7 @@ bool Resize(const LogSite& site, const unsigned char* src, unsigned char* dst,
   tables.Fill(sizes.src_width, sizes.src_height);
   for (int first = 0; first < sizes.dst_width;) {
     const int count = std::min(kStripColumns, sizes.dst_width - first);
-    ResizeStrip(source, tables, rule, first, count, sizes.dst_height, target);
+    ResizeStrip(source, tables, rule, sizes, first, count, target);
     first += count;
   }
   return true;

@@ -15,29 +15,50 @@ namespace HWY_NAMESPACE {
 namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
+template <bool kWeighted, class DF>
+HWY_INLINE void StoreSamples(DF d, hn::Vec<DF> left, hn::Vec<DF> right, const StripColumns& columns,
+                             int x, SpreadRow& out) {
+  hn::Store(right, d, out.right + x);
+  if constexpr (kWeighted) {
+    left = hn::Mul(hn::Load(d, columns.left_weight + x), left);
+    right = hn::Mul(hn::Load(d, columns.right_weight + x), right);
+    hn::Store(right, d, out.weighted_right + x);
+  }
+  hn::Store(left, d, out.left + x);
+}
+
 #if HWY_TARGET != HWY_SCALAR
 using D8 = hn::Full128<uint8_t>;
 using DGroup = hn::Half<D8>;
+using DLanes = hn::CappedTag<int32_t, SpreadPlan::kGroup>;
 
-// A group of samples as floats.
-HWY_INLINE void StoreGroup(hn::Vec<DGroup> samples, float* out) {
-#if HWY_MAX_BYTES >= 32
-  const hn::FixedTag<float, SpreadPlan::kGroup> d;
-  const hn::RebindToSigned<decltype(d)> di;
-  hn::Store(hn::ConvertTo(d, hn::PromoteTo(di, samples)), d, out);
-#else
-  uint8_t bytes[SpreadPlan::kGroup];
-  hn::StoreU(samples, DGroup(), bytes);
-  for (int i = 0; i < SpreadPlan::kGroup; ++i) out[i] = bytes[i];
-#endif
+template <bool kWeighted, class V>
+HWY_INLINE void StoreBytes(V left, V right, const StripColumns& columns, int x, SpreadRow& out) {
+  const DLanes d;
+  const hn::Rebind<float, DLanes> df;
+  StoreSamples<kWeighted>(df, hn::ConvertTo(df, hn::PromoteTo(d, left)),
+                          hn::ConvertTo(df, hn::PromoteTo(d, right)), columns, x, out);
 }
 
-using DWords = hn::CappedTag<int32_t, 8>;
+// A group of left samples in the lower half, of right ones in the upper half.
+template <bool kWeighted>
+HWY_INLINE void StoreGroup(hn::Vec<D8> samples, const StripColumns& columns, int x,
+                           SpreadRow& out) {
+  const auto left = hn::LowerHalf(DGroup(), samples);
+  const auto right = hn::UpperHalf(DGroup(), samples);
+#if HWY_MAX_BYTES >= 32
+  StoreBytes<kWeighted>(left, right, columns, x, out);
+#else
+  const hn::Half<DGroup> half;
+  StoreBytes<kWeighted>(hn::LowerHalf(half, left), hn::LowerHalf(half, right), columns, x, out);
+  StoreBytes<kWeighted>(hn::UpperHalf(half, left), hn::UpperHalf(half, right), columns, x + 4, out);
+#endif
+}
 
 // One word for each of a vector of columns, beginning with the left sample. They are collected in
 // registers: a vector load of what several smaller stores have just written would wait for those.
 template <int kStep>
-HWY_INLINE hn::Vec<DWords> CollectWords(const uint8_t* row, const int32_t* left) {
+HWY_INLINE hn::Vec<DLanes> CollectWords(const uint8_t* row, const int32_t* left) {
   const auto four = [&](int first) HWY_ATTR {
     const auto word = [&](int i) {
       int32_t bytes;
@@ -50,38 +71,39 @@ HWY_INLINE hn::Vec<DWords> CollectWords(const uint8_t* row, const int32_t* left)
     return hn::InsertLane(words, 3, word(3));
   };
 #if HWY_MAX_BYTES >= 32
-  return hn::Combine(DWords(), four(4), four(0));
+  return hn::Combine(DLanes(), four(4), four(0));
 #else
   return four(0);
 #endif
 }
 
 // Both samples of a column are in its word.
-template <int kStep>
+template <bool kWeighted, int kStep>
 HWY_INLINE int SpreadWords(const uint8_t* row, const StripColumns& columns, int count,
                            SpreadRow& out) {
-  const DWords d;
-  const hn::Rebind<float, DWords> df;
+  const DLanes d;
+  const hn::Rebind<float, DLanes> df;
   const auto low_byte = hn::Set(d, 0xFF);
   constexpr auto kLanes = static_cast<int>(hn::MaxLanes(d));
   int x = 0;
   for (; x + kLanes <= count; x += kLanes) {
     const auto words = CollectWords<kStep>(row, columns.left + x);
-    hn::Store(hn::ConvertTo(df, hn::And(words, low_byte)), df, out.left + x);
-    hn::Store(hn::ConvertTo(df, hn::And(hn::ShiftRight<8 * kStep>(words), low_byte)), df,
-              out.right + x);
+    StoreSamples<kWeighted>(df, hn::ConvertTo(df, hn::And(words, low_byte)),
+                            hn::ConvertTo(df, hn::And(hn::ShiftRight<8 * kStep>(words), low_byte)),
+                            columns, x, out);
   }
   return x;
 }
 #endif  // HWY_TARGET != HWY_SCALAR
 
-void Spread(const uint8_t* row, int64_t step, const StripColumns& columns,
-            [[maybe_unused]] const SpreadPlan& plan, SpreadRow& out) {
+template <bool kWeighted>
+HWY_INLINE void SpreadSamples(const uint8_t* row, int64_t step, const StripColumns& columns,
+                              [[maybe_unused]] const SpreadPlan& plan, SpreadRow& out) {
   int x = 0;
 #if HWY_TARGET != HWY_SCALAR
   if (plan.words > 0) {
-    x = step == 1 ? SpreadWords<1>(row, columns, plan.words, out)
-                  : SpreadWords<2>(row, columns, plan.words, out);
+    x = step == 1 ? SpreadWords<kWeighted, 1>(row, columns, plan.words, out)
+                  : SpreadWords<kWeighted, 2>(row, columns, plan.words, out);
   } else if (plan.windows > 0) {
     const D8 d;
     for (int g = 0; x + SpreadPlan::kGroup <= columns.count; ++g, x += SpreadPlan::kGroup) {
@@ -92,14 +114,23 @@ void Spread(const uint8_t* row, int64_t step, const StripColumns& columns,
             hn::Or(samples, hn::TableLookupBytesOr0(hn::LoadU(d, window + k * SpreadPlan::kWindow),
                                                     hn::Load(d, plan.choice[g][k])));
       }
-      StoreGroup(hn::LowerHalf(DGroup(), samples), out.left + x);
-      StoreGroup(hn::UpperHalf(DGroup(), samples), out.right + x);
+      StoreGroup<kWeighted>(samples, columns, x, out);
     }
   }
 #endif
   for (; x < columns.count; ++x) {
-    out.left[x] = row[columns.left[x] * step];
-    out.right[x] = row[columns.right[x] * step];
+    const hn::CappedTag<float, 1> d;
+    StoreSamples<kWeighted>(d, hn::Set(d, row[columns.left[x] * step]),
+                            hn::Set(d, row[columns.right[x] * step]), columns, x, out);
+  }
+}
+
+void Spread(const uint8_t* row, int64_t step, const StripColumns& columns, const SpreadPlan& plan,
+            SpreadRow& out) {
+  if (columns.left_weight != nullptr) {
+    SpreadSamples<true>(row, step, columns, plan, out);
+  } else {
+    SpreadSamples<false>(row, step, columns, plan, out);
   }
 }
 

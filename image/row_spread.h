@@ -29,6 +29,9 @@ struct StripColumns {
   const int32_t* left;
   const int32_t* right;
   int count;  // 1..kStripColumns
+  // Weights of both samples, for rows of weighted samples.
+  const float* left_weight = nullptr;
+  const float* right_weight = nullptr;
 };
 
 // How shuffles collect the samples of eight columns at a time from a few windows of 16 bytes.
@@ -47,8 +50,9 @@ struct SpreadPlan {
 
 struct SpreadRow {
   int32_t source_row = -1;
-  alignas(64) float left[kStripColumns];
+  alignas(64) float left[kStripColumns];  // weighted, if the columns have weights
   alignas(64) float right[kStripColumns];
+  alignas(64) float weighted_right[kStripColumns];  // only if they have
 };
 
 // Spreads rows for one strip and keeps the last two.
