@@ -24,10 +24,9 @@ class Target:
 
 # What the profile shows where a target is missed, by a part of its work.
 REASONS = {
-    "connected`, 256x256 noise": "in noise every second pixel begins a run. The time goes into "
-    "mispredicted branches, some four a run: the label table has to come out as labelling pixel by "
-    "pixel leaves it, shortened paths included. `connectionFilter`, which needs no labels, does "
-    "without them.",
+    "both of 2 channels`, 1920x1080 to 100x100": "a call resizes one channel, so the sampled lines "
+    "of the frame are fetched once a call, twice in all, and two thirds of the time go into fetching "
+    "them; the peer fetches them once.",
     "Vantro_Process`, 1920x1080": "half of the time is the optical flow, whose cost does not depend "
     "on the frame's size; the rest is bound by memory. FFmpeg's fastest graph, `hue`, leaves luma "
     "alone and gets planar frames.",
