@@ -23,19 +23,19 @@ using engine::Region;
 
 constexpr int kSide = 256;
 
-// A map whose samples are persons where `person(x, y)` says so of their place in the frame.
+using Person = std::function<bool(float x, float y)>;
+
+// A map whose samples are persons where `person` says so of their place in the frame.
 struct Map {
-  std::vector<float> values = std::vector<float>(kSide * kSide, 0.0f);
+  std::vector<float> values;
   ProbabilityMap map;
 
-  Map(const Region& region, const std::function<bool(float, float)>& person)
-      : map{values.data(), kSide, kSide, region} {
-    for (int y = 0; y < kSide; ++y) {
-      for (int x = 0; x < kSide; ++x) {
-        const float fx = region.left + (static_cast<float>(x) + 0.5f) * map.column_pitch();
-        const float fy = region.top + (static_cast<float>(y) + 0.5f) * map.row_pitch();
-        values[static_cast<size_t>(y * kSide + x)] = person(fx, fy) ? 0.9f : 0.1f;
-      }
+  Map(const Region& region, const Person& person)
+      : values(kSide * kSide), map{values.data(), kSide, kSide, region} {
+    for (int i = 0; i < kSide * kSide; ++i) {
+      const float x = region.left + (static_cast<float>(i % kSide) + 0.5f) * map.column_pitch();
+      const float y = region.top + (static_cast<float>(i / kSide) + 0.5f) * map.row_pitch();
+      values[static_cast<size_t>(i)] = person(x, y) ? 0.9f : 0.1f;
     }
   }
 };
@@ -46,38 +46,32 @@ bool InEllipse(float x, float y, float cx, float cy, float rx, float ry) {
 
 TEST(PersonFinder, FindsBoundsWithoutSpecks) {
   const Region letterbox{0, -420, 1920, 1920};  // a 1920x1080 frame
-  const float pitch = 7.5f;
-  const Map map(letterbox, [](float x, float y) {
+  PersonFinder finder(kSide, kSide);
+  const auto expect = [&](const Person& person, const Bounds& bounds, float error) {
+    const std::optional<Bounds> found = finder.Find(Map(letterbox, person).map, 1920, 1080);
+    ASSERT_TRUE(found);
+    EXPECT_NEAR(found->left, bounds.left, error);
+    EXPECT_NEAR(found->top, bounds.top, error);
+    EXPECT_NEAR(found->right, bounds.right, error);
+    EXPECT_NEAR(found->bottom, bounds.bottom, error);
+  };
+  const Person two_persons = [](float x, float y) {
     return InEllipse(x, y, 900, 600, 200, 300) || InEllipse(x, y, 1500, 700, 90, 150) ||
            InEllipse(x, y, 100, 100, 30, 30) ||  // a speck
            y < -100;                             // beyond the frame
-  });
-  PersonFinder finder(kSide, kSide);
-  const std::optional<Bounds> found = finder.Find(map.map, 1920, 1080);
-  ASSERT_TRUE(found);
-  EXPECT_NEAR(found->left, 700, pitch);
-  EXPECT_NEAR(found->right, 1590, pitch);  // both persons
-  EXPECT_NEAR(found->top, 300, pitch);
-  EXPECT_NEAR(found->bottom, 900, pitch);
-
-  // Somebody who fills the frame has the frame's bounds.
-  const Map all(letterbox, [](float, float) { return true; });
-  const std::optional<Bounds> whole = finder.Find(all.map, 1920, 1080);
-  ASSERT_TRUE(whole);
-  EXPECT_EQ(whole->left, 0);
-  EXPECT_EQ(whole->right, 1920);
-  EXPECT_EQ(whole->top, 0);
-  EXPECT_EQ(whole->bottom, 1080);
-
+  };
+  const Person everywhere = [](float, float) { return true; };
+  expect(two_persons, {700, 300, 1590, 900}, 7.5f);
+  expect(everywhere, {0, 0, 1920, 1080}, 0);
   // Nobody: nothing at all, only beyond the frame, or too small to be anybody.
-  for (const auto& nobody : std::vector<std::function<bool(float, float)>>{
-           [](float, float) { return false; }, [](float, float y) { return y < -1 || y > 1081; },
-           [](float x, float y) { return InEllipse(x, y, 960, 540, 40, 40); }}) {
+  for (const Person& nobody :
+       {Person([](float, float) { return false; }),
+        Person([](float, float y) { return y < -1 || y > 1081; }),
+        Person([](float x, float y) { return InEllipse(x, y, 960, 540, 40, 40); })}) {
     EXPECT_FALSE(finder.Find(Map(letterbox, nobody).map, 1920, 1080));
   }
   // A frame so narrow that no sample lies in it.
-  EXPECT_FALSE(finder.Find(Map({0, -16382.5f, 32767, 32767}, [](float, float) { return true; }).map,
-                           32767, 2));
+  EXPECT_FALSE(finder.Find(Map({0, -16382.5f, 32767, 32767}, everywhere).map, 32767, 2));
 }
 
 void ExpectGoodCrop(const Bounds& person, const CROP_BOX& crop, int width, int height) {
@@ -114,12 +108,11 @@ TEST(CropBox, HoldsThePersonInsideTheFrame) {
     Bounds person;
     range(width, &person.left, &person.right);
     range(height, &person.top, &person.bottom);
-    SCOPED_TRACE(testing::Message()
-                 << width << "x" << height << ": " << person.left << ".." << person.right << " by "
-                 << person.top << ".." << person.bottom);
     CROP_BOX crop{0, 0, 0, 0, 2};
     engine::SetCropBox(person, width, height, &crop);
-    ASSERT_NO_FATAL_FAILURE(ExpectGoodCrop(person, crop, width, height));
+    ASSERT_NO_FATAL_FAILURE(ExpectGoodCrop(person, crop, width, height))
+        << width << "x" << height << ": " << person.left << ".." << person.right << " by "
+        << person.top << ".." << person.bottom;
     ASSERT_EQ(crop.box_mode, 2);
 
     CROP_BOX tight{0, 0, 0, 0, 5};
@@ -143,10 +136,10 @@ TEST(CropFollower, StaysUntilThePersonLeaves) {
   for (int i = 0; i < 50; ++i) {
     follower.Follow({400 + sway(random), 200 + sway(random), 800 + sway(random), 700}, 1280, 720,
                     &crop);
-    ASSERT_EQ(crop.crop_left, first.crop_left);
-    ASSERT_EQ(crop.crop_right, first.crop_right);
-    ASSERT_EQ(crop.crop_top, first.crop_top);
-    ASSERT_EQ(crop.crop_bottom, first.crop_bottom);
+    ASSERT_EQ(std::pair(crop.crop_left, crop.crop_right),
+              std::pair(first.crop_left, first.crop_right));
+    ASSERT_EQ(std::pair(crop.crop_top, crop.crop_bottom),
+              std::pair(first.crop_top, first.crop_bottom));
   }
   // A walk across the frame: the person is never cut off.
   for (float x = 400; x > 0; x -= 7) {
@@ -170,15 +163,12 @@ TEST(MaskWriter, StretchesTheMaskOverTheBox) {
   engine::WriteMask(map.map, crop, mask.data());
   int wrong = 0;
   int inside = 0;
-  for (int row = 0; row < 256; ++row) {
-    for (int column = 0; column < 256; ++column) {
-      const uint8_t value = mask[static_cast<size_t>(row * 256 + column)];
-      ASSERT_LE(value, 1);
-      const bool expected = person(260 + (static_cast<float>(column) + 0.5f) * 492 / 256,
-                                   100 + (static_cast<float>(row) + 0.5f) * 600 / 256);
-      inside += expected;
-      wrong += expected != (value == 1);
-    }
+  EXPECT_LE(*std::ranges::max_element(mask), 1);
+  for (int i = 0; i < 256 * 256; ++i) {
+    const bool expected = person(260 + (static_cast<float>(i % 256) + 0.5f) * 492 / 256,
+                                 100 + (static_cast<float>(i / 256) + 0.5f) * 600 / 256);
+    inside += expected;
+    wrong += mask[static_cast<size_t>(i)] != (expected ? 1 : 0);
   }
   // Only samples at the edge may differ: the map's samples are over two of the mask's wide.
   EXPECT_GT(inside, 20000);

@@ -1,6 +1,7 @@
 // The reader of model files: what is right is read, everything else is refused without harm.
 #include "engine/model_file.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -25,7 +26,6 @@ namespace {
 namespace tflite = engine::tflite;
 using engine::ModelGraph;
 using engine::Node;
-using engine::NodeKind;
 
 std::vector<uint8_t> RealModel() {
   const std::string path = std::string(VANTRO_MODEL_DIR) + "/selfie_segmentation.tflite";
@@ -44,56 +44,47 @@ std::optional<ModelGraph> Read(const std::vector<uint8_t>& bytes) {
   return graph;
 }
 
-// What every graph that was let through must keep.
+// What every graph that was let through must keep: nothing is used before it is known, written
+// twice, or of a wrong shape.
 void ExpectSound(const ModelGraph& graph) {
-  std::vector<bool> known(graph.tensors.size());
-  for (size_t i = 0; i < graph.tensors.size(); ++i) {
-    const engine::Tensor& tensor = graph.tensors[i];
-    known[i] = tensor.constant();
+  std::vector<bool> known;
+  for (const engine::Tensor& tensor : graph.tensors) {
+    known.push_back(tensor.constant());
     ASSERT_TRUE(!tensor.constant() || tensor.values.size() == tensor.elements());
     for (const float value : tensor.values) ASSERT_TRUE(std::isfinite(value));
   }
-  ASSERT_LT(graph.input, graph.tensors.size());
-  ASSERT_LT(graph.output, graph.tensors.size());
+  ASSERT_LT(std::max(graph.input, graph.output), graph.tensors.size());
   ASSERT_FALSE(known[graph.input]);
+  known[graph.input] = true;
   std::vector<bool> taken(graph.tensors.size());
   taken[graph.output] = true;
-  for (const Node& node : graph.nodes) taken[node.input] = taken[node.second] = true;
-  known[graph.input] = true;
   for (const Node& node : graph.nodes) {
     for (const uint32_t index : {node.input, node.second, node.weights, node.bias, node.output}) {
       ASSERT_LT(index, graph.tensors.size());
     }
-    ASSERT_TRUE(known[node.input]);
-    ASSERT_TRUE(taken[node.output]);
-    ASSERT_FALSE(known[node.output]);
+    taken[node.input] = taken[node.second] = true;
+    ASSERT_TRUE(known[node.input] && !known[node.output]);
     ASSERT_TRUE(engine::ShapesFit(graph, node));
-    ASSERT_GE(node.stride.rows, 1u);
-    ASSERT_GE(node.dilation.columns, 1u);
+    ASSERT_TRUE(node.stride.rows >= 1 && node.dilation.columns >= 1);
     known[node.output] = true;
   }
   ASSERT_TRUE(known[graph.output]);
+  for (const Node& node : graph.nodes) ASSERT_TRUE(taken[node.output]);
 }
 
 TEST(ModelFile, ReadsTheNetwork) {
   const std::optional<ModelGraph> graph = Read(RealModel());
   ASSERT_TRUE(graph);
   ASSERT_NO_FATAL_FAILURE(ExpectSound(*graph));
-  // 246 operators, 110 of which only widen weights.
   int counts[10] = {};
-  size_t weights = 0;
   double multiplications = 0;
   for (const Node& node : graph->nodes) {
     ++counts[static_cast<int>(node.kind)];
     multiplications += engine::Multiplications(*graph, node);
   }
-  for (const engine::Tensor& tensor : graph->tensors) weights += tensor.values.size();
-  EXPECT_EQ(graph->nodes.size(), 136u);
-  EXPECT_EQ(counts[static_cast<int>(NodeKind::kTransposedConvolution)], 1);
-  EXPECT_EQ(counts[static_cast<int>(NodeKind::kResizeBilinear)], 3);
-  EXPECT_GT(weights, 100000u);
-  EXPECT_GT(multiplications, 55e6);
-  EXPECT_LT(multiplications, 80e6);
+  // In the order of NodeKind. 110 more operators of the file only widen weights.
+  EXPECT_THAT(counts, testing::ElementsAre(43, 11, 1, 10, 14, 10, 22, 11, 11, 3));
+  EXPECT_NEAR(multiplications, 64e6, 1e6);
 }
 
 TEST(ModelFile, SurvivesDamagedBytes) {
@@ -102,21 +93,17 @@ TEST(ModelFile, SurvivesDamagedBytes) {
   int refused = 0;
   for (int round = 0; round < 1500; ++round) {
     std::vector<uint8_t> damaged = bytes;
-    const int count = 1 + static_cast<int>(random() % 4);
-    for (int i = 0; i < count; ++i) {
+    for (size_t i = 0; i < 1 + random() % 4; ++i) {
       // The tables stand at the ends of the file, the weights between them.
-      const size_t reach = round % 3 == 0 ? bytes.size() : 30000;
-      const size_t at = random() % reach;
+      const size_t at = random() % (round % 3 == 0 ? bytes.size() : 30000);
       damaged[round % 2 == 0 ? at : bytes.size() - 1 - at] = static_cast<uint8_t>(random());
     }
-    if (round % 8 == 0) {
-      damaged.resize(random() % damaged.size());
-      ASSERT_FALSE(Read(damaged)) << damaged.size();
-    }
-    if (const std::optional<ModelGraph> graph = Read(damaged)) {
-      ASSERT_NO_FATAL_FAILURE(ExpectSound(*graph)) << "round " << round;
-    } else {
-      ++refused;
+    if (round % 8 == 0) damaged.resize(random() % damaged.size());
+    const std::optional<ModelGraph> read = Read(damaged);
+    refused += !read;
+    ASSERT_FALSE(read && round % 8 == 0) << damaged.size();
+    if (read) {
+      ASSERT_NO_FATAL_FAILURE(ExpectSound(*read)) << "round " << round;
     }
   }
   EXPECT_GT(refused, 300);
@@ -127,15 +114,14 @@ TEST(ModelFile, WidensHalfPrecisionExactly) {
     const float got = engine::HalfToFloat(static_cast<uint16_t>(bits));
     const int exponent = static_cast<int>(bits >> 10 & 31);
     const double fraction = bits & 1023;
-    double expected =
-        exponent == 0 ? std::ldexp(fraction, -24) : std::ldexp(1024 + fraction, exponent - 25);
-    if (exponent == 31) expected = INFINITY;
-    if (exponent == 31 && fraction != 0) {
-      ASSERT_TRUE(std::isnan(got));
-      continue;
-    }
-    ASSERT_EQ(got, bits >> 15 ? -expected : expected) << bits;
     ASSERT_EQ(std::signbit(got), bits >> 15 == 1) << bits;
+    if (exponent == 31) {
+      ASSERT_TRUE(fraction == 0 ? std::isinf(got) : std::isnan(got)) << bits;
+    } else {
+      ASSERT_EQ(std::abs(got), exponent == 0 ? std::ldexp(fraction, -24)
+                                             : std::ldexp(1024 + fraction, exponent - 25))
+          << bits;
+    }
   }
 }
 
@@ -171,21 +157,19 @@ struct TinyModel {
     flatbuffers::FlatBufferBuilder b;
     std::vector<flatbuffers::Offset<tflite::Tensor>> tensor_tables;
     for (const TinyTensor& t : tensors) {
-      tensor_tables.push_back(tflite::CreateTensor(b, b.CreateVector(t.shape), t.type, t.buffer));
+      tensor_tables.push_back(tflite::CreateTensorDirect(b, &t.shape, t.type, t.buffer));
     }
     std::vector<flatbuffers::Offset<tflite::Operator>> operator_tables;
     for (const TinyOperator& o : operators) {
-      auto type = tflite::BuiltinOptions_NONE;
-      flatbuffers::Offset<void> value;
-      if (o.code == 1 && options) {
-        type = tflite::BuiltinOptions_Conv2DOptions;
-        value = tflite::CreateConv2DOptions(b, static_cast<tflite::Padding>(padding), stride,
-                                            stride, static_cast<tflite::Activation>(activation),
-                                            dilation, dilation)
-                    .Union();
-      }
-      operator_tables.push_back(tflite::CreateOperator(b, o.code, b.CreateVector(o.inputs),
-                                                       b.CreateVector(o.outputs), type, value));
+      const bool convolution = o.code == 1 && options;
+      const auto value = tflite::CreateConv2DOptions(
+                             b, static_cast<tflite::Padding>(padding), stride, stride,
+                             static_cast<tflite::Activation>(activation), dilation, dilation)
+                             .Union();
+      operator_tables.push_back(tflite::CreateOperatorDirect(
+          b, o.code, &o.inputs, &o.outputs,
+          convolution ? tflite::BuiltinOptions_Conv2DOptions : tflite::BuiltinOptions_NONE,
+          convolution ? value : flatbuffers::Offset<void>()));
     }
     std::vector<flatbuffers::Offset<tflite::OperatorCode>> code_tables;
     for (const int code : codes) {
@@ -193,16 +177,12 @@ struct TinyModel {
     }
     std::vector<flatbuffers::Offset<tflite::Buffer>> buffer_tables;
     for (const size_t size : buffers) {
-      buffer_tables.push_back(
-          tflite::CreateBuffer(b, b.CreateVector(std::vector<uint8_t>(size, fill))));
+      const std::vector<uint8_t> data(size, fill);
+      buffer_tables.push_back(tflite::CreateBufferDirect(b, &data));
     }
-    const auto graph =
-        tflite::CreateSubGraph(b, b.CreateVector(tensor_tables), b.CreateVector(inputs),
-                               b.CreateVector(outputs), b.CreateVector(operator_tables));
-    const auto code_vector = b.CreateVector(code_tables);
-    const auto graph_vector = b.CreateVector(std::vector{graph});
-    const auto buffer_vector = b.CreateVector(buffer_tables);
-    b.Finish(tflite::CreateModel(b, version, code_vector, graph_vector, 0, buffer_vector),
+    const std::vector graphs = {
+        tflite::CreateSubGraphDirect(b, &tensor_tables, &inputs, &outputs, &operator_tables)};
+    b.Finish(tflite::CreateModelDirect(b, version, &code_tables, &graphs, nullptr, &buffer_tables),
              tflite::ModelIdentifier());
     return {b.GetBufferPointer(), b.GetBufferPointer() + b.GetSize()};
   }
@@ -211,7 +191,6 @@ struct TinyModel {
 TEST(ModelFile, ChecksEveryNumberItUses) {
   const std::optional<ModelGraph> good = Read(TinyModel().Build());
   ASSERT_TRUE(good);
-  EXPECT_EQ(good->nodes.size(), 2u);
   using Fault = std::function<void(TinyModel&)>;
   // tensors[index] of another shape, and operators[index] with other operands or results.
   const auto shape = [](size_t index, std::vector<int32_t> dims) -> Fault {

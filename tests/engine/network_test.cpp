@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include "engine/model_store.h"
-#include "tests/engine/masks.h"
 #include "tests/engine/picture.h"
 
 namespace vantro::test {

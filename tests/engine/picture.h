@@ -7,23 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/picture.h"
+
 namespace vantro::test {
 
-struct Picture {
-  int width = 0;
-  int height = 0;
-  std::vector<uint8_t> rgb;
-
-  Picture() = default;
-  Picture(int w, int h)
-      : width(w), height(h), rgb(3 * static_cast<size_t>(w) * static_cast<size_t>(h)) {}
-  uint8_t* at(int x, int y) {
-    return &rgb[3 * (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x))];
-  }
-  const uint8_t* at(int x, int y) const { return const_cast<Picture*>(this)->at(x, y); }
-};
-
-// Reads a PNG or JPEG file of the sample media; throws std::runtime_error with what to do.
+// A picture of the sample media.
 Picture LoadMedia(const std::string& name);
 
 // Every pixel the nearest one of `picture`.
@@ -35,6 +23,12 @@ std::vector<uint8_t> ToFrame(const Picture& picture, int format, int stride);
 
 // The number of bytes that a frame occupies.
 size_t FrameBytes(int format, int height, int stride);
+
+// The 256x256 mask over a whole picture of the sample media, by the picture's file name.
+std::vector<uint8_t> LoadReferenceMask(const std::string& picture);
+
+// Intersection over union of two masks of one size.
+double Overlap(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b);
 
 }  // namespace vantro::test
 
