@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace vantro::test {
+#include "tests/support/picture.h"  // Bytes
 
-using Bytes = std::vector<uint8_t>;
+namespace vantro::test {
 
 // One planar frame: luma, then the two chroma planes, without gaps; chroma at half width, and at
 // half height for 4:2:0, rounded up.

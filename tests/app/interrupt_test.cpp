@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <memory>
 
 #include "tests/app/clip.h"
 #include "tests/app/picture_file.h"
@@ -15,76 +16,59 @@ namespace {
 
 class Interrupt : public ProgramTest {
  protected:
-  // The program renders what comes through a pipe that the test holds.
-  void OpenPipe() {
-    ASSERT_EQ(pipe2(ends_, O_CLOEXEC), 0);
+  Interrupt() {
+    EXPECT_EQ(pipe2(ends_, O_CLOEXEC), 0);
     // Room for all that a test feeds: while it feeds, nobody reads the program's standard error.
-    ASSERT_GE(fcntl(ends_[1], F_SETPIPE_SZ, 1 << 20), 1 << 20);
+    EXPECT_GE(fcntl(ends_[1], F_SETPIPE_SZ, 1 << 20), 1 << 20);
   }
-  void ClosePipe() {
-    close(ends_[0]);
-    close(ends_[1]);
+  ~Interrupt() override {
+    for (const int end : ends_) close(end);
   }
-  void Feed(const std::string& bytes) {
-    for (size_t at = 0; at < bytes.size();) {
-      const ssize_t done = write(ends_[1], bytes.data() + at, bytes.size() - at);
-      ASSERT_GT(done, 0);
-      at += static_cast<size_t>(done);
-    }
-  }
-  std::vector<std::string> Arguments(const std::string& output) {
-    return {"video", "-", Path(output), "-v", "--engine", VANTRO_SCRIPTED_ENGINE};
+  // A program that renders `video`, which comes through a pipe that the test holds.
+  std::unique_ptr<RunningProgram> Start(const std::string& video) {
+    const std::vector<std::string> arguments = {"video", "-",        Path("out.mp4"),
+                                                "-v",    "--engine", VANTRO_SCRIPTED_ENGINE};
+    auto program =
+        std::make_unique<RunningProgram>(arguments, ends_[0], folder_.string() + ".stdout");
+    EXPECT_EQ(write(ends_[1], video.data(), video.size()), static_cast<ssize_t>(video.size()));
+    return program;
   }
 
   int ends_[2] = {-1, -1};
 };
 
-TEST_F(Interrupt, KeepsWhatWasRendered) {
-  constexpr int kFed = 60;
-  const auto frames = NoiseFrames(kFed, 64, 48);
-  for (const int signal_number : {SIGINT, SIGTERM}) {
-    SCOPED_TRACE(signal_number);
-    const std::string output = "out" + std::to_string(signal_number) + ".mp4";
-    OpenPipe();
-    RunningProgram program(Arguments(output), ends_[0], folder_.string() + ".stdout");
-    Feed(RawVideo(frames));
-    // The library tells in its log which frame it is at; then the pipe is empty, and the program
-    // waits for more.
-    ASSERT_TRUE(program.WaitFor("frameIdx is 20")) << program.errors();
-    program.Signal(signal_number);
-    EXPECT_EQ(program.Wait(), 128 + signal_number) << program.errors();
-    ClosePipe();
-    const size_t kept = DecodeClip(Path(output)).size();
-    EXPECT_TRUE(kept >= 20 && kept <= kFed) << kept;
-    EXPECT_EQ(Files().size(), signal_number == SIGINT ? 1u : 2u) << "only whole videos are left";
-  }
+class InterruptBy : public Interrupt, public testing::WithParamInterface<int> {};
+INSTANTIATE_TEST_SUITE_P(Signals, InterruptBy, testing::Values(SIGINT, SIGTERM));
+
+TEST_P(InterruptBy, KeepsWhatWasRendered) {
+  const auto program = Start(RawVideo(NoiseFrames(60, 64, 48)));
+  // The library tells in its log which frame it is at; then the pipe is empty, and the program
+  // waits for more.
+  ASSERT_TRUE(program->WaitFor("frameIdx is 20")) << program->errors();
+  program->Signal(GetParam());
+  EXPECT_EQ(program->Wait(), 128 + GetParam()) << program->errors();
+  const size_t kept = DecodeClip(Path("out.mp4")).size();
+  EXPECT_TRUE(kept >= 20 && kept <= 60) << kept;
+  EXPECT_EQ(Files(), std::vector<std::string>{"out.mp4"});
 }
 
 // While the program waits for the head of the video, and while it waits for a whole frame.
-TEST_F(Interrupt, BeforeTheFirstFrameLeavesNothing) {
-  for (const std::string fed : {"", "YUV4MPEG2 W64 H48 F25:1\nFRAME\n"}) {
-    SCOPED_TRACE(fed);
-    OpenPipe();
-    RunningProgram program(Arguments("out.mp4"), ends_[0], folder_.string() + ".stdout");
-    Feed(fed);
-    while (Files().empty()) usleep(1000);  // its working file
-    program.Signal(SIGINT);
-    EXPECT_EQ(program.Wait(), 130) << program.errors();
-    EXPECT_NE(program.errors().find("interrupted before the first frame"), std::string::npos)
-        << program.errors();
-    ClosePipe();
-    EXPECT_TRUE(Files().empty());
-  }
+class InterruptAfter : public Interrupt, public testing::WithParamInterface<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Heads, InterruptAfter,
+                         testing::Values("", "YUV4MPEG2 W64 H48 F25:1\nFRAME\n"));
+
+TEST_P(InterruptAfter, NoFrameLeavesNothing) {
+  const auto program = Start(GetParam());
+  while (Files().empty()) usleep(1000);  // its working file
+  program->Signal(SIGINT);
+  ExpectFailure({program->Wait(), program->errors(), ""}, 130, {"interrupted before the first"},
+                {});
 }
 
 // Pictures in work are finished, or, after a second signal, not even begun; none is left
 // half-written.
 TEST_F(Interrupt, OfPicturesLeavesWholeOnes) {
-  TestPicture picture(500, 400, 3);
-  for (size_t i = 0; i < picture.samples.size(); ++i) {
-    picture.samples[i] = static_cast<uint8_t>(i * i >> 7);
-  }
-  WriteTestPng(Path("0.png"), picture);
+  WriteTestPng(Path("0.png"), NoisePicture(500, 400));
   std::vector<std::string> arguments = {"photo", Path("0.png")};
   for (int i = 1; i < 60; ++i) {
     arguments.push_back(Path(std::to_string(i) + ".png"));
@@ -104,7 +88,7 @@ TEST_F(Interrupt, OfPicturesLeavesWholeOnes) {
     EXPECT_LT(Files("out").size(), 60u);
     EXPECT_EQ(program.errors().find("not begun") != std::string::npos, signals == 1);
     for (const std::string& name : Files("out")) {
-      EXPECT_EQ(ReadPicture(Path("out/" + name)).width, 500) << name;
+      EXPECT_EQ(ReadPhoto(Path("out/" + name)).width, 500) << name;
     }
     for (const std::string& name : Files("masks")) {
       EXPECT_EQ(std::filesystem::path(name).extension(), ".png");

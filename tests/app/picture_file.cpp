@@ -1,7 +1,5 @@
 #include "tests/app/picture_file.h"
 
-#include <gtest/gtest.h>
-#include <libheif/heif.h>
 #include <png.h>
 #include <webp/decode.h>
 #include <webp/demux.h>
@@ -9,82 +7,24 @@
 #include <webp/mux.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <random>
 
 extern "C" {
 #include <jpeglib.h>
 }
-
-#include "tests/app/program_run.h"
 
 namespace vantro::test {
 namespace {
 
 using FilePtr = std::unique_ptr<FILE, int (*)(FILE*)>;
 
-constexpr std::string_view kExifMark("Exif\0\0", 6);
-
-// libjpeg's and libpng's standard error handlers end the program, which fails the test.
-TestPicture ReadJpeg(FILE* file) {
-  jpeg_decompress_struct decoder{};
-  jpeg_error_mgr errors;
-  decoder.err = jpeg_std_error(&errors);
-  jpeg_create_decompress(&decoder);
-  jpeg_stdio_src(&decoder, file);
-  jpeg_save_markers(&decoder, JPEG_APP0 + 1, 0xFFFF);
-  jpeg_save_markers(&decoder, JPEG_APP0 + 2, 0xFFFF);
-  jpeg_read_header(&decoder, TRUE);
-  jpeg_start_decompress(&decoder);
-  TestPicture picture(static_cast<int>(decoder.output_width),
-                      static_cast<int>(decoder.output_height), decoder.output_components);
-  picture.sampling = {decoder.comp_info[0].h_samp_factor, decoder.comp_info[0].v_samp_factor};
-  for (int y = 0; y < picture.height; ++y) {
-    JSAMPROW row = picture.at(0, y);
-    jpeg_read_scanlines(&decoder, &row, 1);
-  }
-  JOCTET* profile = nullptr;
-  unsigned size = 0;
-  if (jpeg_read_icc_profile(&decoder, &profile, &size)) picture.icc.assign(profile, profile + size);
-  std::free(profile);
-  for (const auto* marker = decoder.marker_list; marker != nullptr; marker = marker->next) {
-    if (marker->marker != JPEG_APP0 + 1) continue;
-    picture.exif.assign(marker->data + kExifMark.size(), marker->data + marker->data_length);
-  }
-  jpeg_finish_decompress(&decoder);
-  jpeg_destroy_decompress(&decoder);
-  return picture;
-}
-
-TestPicture ReadPng(FILE* file) {
-  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-  png_infop info = png_create_info_struct(png);
-  png_init_io(png, file);
-  png_read_png(png, info, PNG_TRANSFORM_EXPAND, nullptr);
-  TestPicture picture(static_cast<int>(png_get_image_width(png, info)),
-                      static_cast<int>(png_get_image_height(png, info)),
-                      png_get_channels(png, info));
-  for (int y = 0; y < picture.height; ++y) {
-    std::memcpy(picture.at(0, y), png_get_rows(png, info)[y], png_get_rowbytes(png, info));
-  }
-  png_charp name = nullptr;
-  int method = 0;
-  png_bytep bytes = nullptr;
-  png_uint_32 size = 0;
-  if (png_get_iCCP(png, info, &name, &method, &bytes, &size))
-    picture.icc.assign(bytes, bytes + size);
-  if (png_get_eXIf_1(png, info, &size, &bytes)) picture.exif.assign(bytes, bytes + size);
-  png_get_gAMA_fixed(png, info, &picture.gamma);
-  png_destroy_read_struct(&png, &info, nullptr);
-  return picture;
-}
-
-TestPicture ReadWebp(const std::string& file) {
+Picture ReadWebp(const std::string& file) {
   const WebPData data{reinterpret_cast<const uint8_t*>(file.data()), file.size()};
   WebPBitstreamFeatures features;
-  if (WebPGetFeatures(data.bytes, data.size, &features) != VP8_STATUS_OK) return {};
-  TestPicture picture(features.width, features.height, features.has_alpha != 0 ? 4 : 3);
+  EXPECT_EQ(WebPGetFeatures(data.bytes, data.size, &features), VP8_STATUS_OK);
+  Picture picture(features.width, features.height, features.has_alpha != 0 ? 4 : 3);
   const auto decode = features.has_alpha != 0 ? &WebPDecodeRGBAInto : &WebPDecodeRGBInto;
   decode(data.bytes, data.size, picture.samples.data(), picture.samples.size(),
          picture.width * picture.channels);
@@ -99,13 +39,6 @@ TestPicture ReadWebp(const std::string& file) {
   return picture;
 }
 
-// Places of values in the block that MakeExif makes.
-constexpr size_t kOrientationAt = 18;
-constexpr size_t kSecondLinkAt = 34;
-constexpr size_t kWidthAt = 60;
-constexpr size_t kHeightAt = 72;
-constexpr uint32_t kNoteAt = 80;
-
 void PutNumber(uint32_t value, size_t at, size_t count, bool big_endian, Bytes& bytes) {
   for (size_t i = 0; i < count; ++i) {
     bytes[at + i] = static_cast<uint8_t>(value >> (8 * (big_endian ? count - 1 - i : i)));
@@ -114,11 +47,18 @@ void PutNumber(uint32_t value, size_t at, size_t count, bool big_endian, Bytes& 
 
 }  // namespace
 
-TestPicture StoredLike(const TestPicture& upright, int orientation) {
+Picture NoisePicture(int width, int height, unsigned seed, int channels) {
+  Picture picture(width, height, channels);
+  std::minstd_rand random(seed + 1);
+  for (uint8_t& sample : picture.samples) sample = static_cast<uint8_t>(random() >> 8);
+  return picture;
+}
+
+Picture StoredLike(const Picture& upright, int orientation) {
   const bool lying = orientation >= 5;
   const int w = lying ? upright.height : upright.width;
   const int h = lying ? upright.width : upright.height;
-  TestPicture stored(w, h, upright.channels);
+  Picture stored(w, h, upright.channels);
   for (int y = 0; y < h; ++y) {
     for (int x = 0; x < w; ++x) {
       // Where the viewer shows the stored pixel, as the Exif standard puts it: which side of the
@@ -153,52 +93,42 @@ Bytes MakeProfile(size_t size, bool grey) {
 }
 
 Bytes MakeExif(const ExifContent& content) {
-  Bytes exif;
-  const auto number = [&](uint32_t value, size_t count) {
+  Bytes exif(2, content.big_endian ? 'M' : 'I');
+  const auto number = [&](size_t value, size_t count) {
     exif.resize(exif.size() + count);
-    PutNumber(value, exif.size() - count, count, content.big_endian, exif);
+    PutNumber(static_cast<uint32_t>(value), exif.size() - count, count, content.big_endian, exif);
   };
-  const auto entry = [&](uint32_t tag, uint32_t type, uint32_t count, uint32_t value) {
+  const auto entry = [&](uint32_t tag, uint32_t type, size_t count, size_t value) {
     number(tag, 2);
     number(type, 2);
     number(count, 4);
     number(value, type == 3 ? 2 : 4);
     if (type == 3) number(0, 2);
   };
-  const auto note_size = static_cast<uint32_t>(content.note.size());
-  const uint32_t second_directory = kNoteAt + note_size;
-  exif.assign(2, content.big_endian ? 'M' : 'I');
+  const std::string note("maker's private\0bytes", 21);
+  constexpr size_t kNoteAt = 80;
+  const size_t second_directory = kNoteAt + note.size();
   number(42, 2);
   number(8, 4);
   number(2, 2);
-  entry(0x0112, 3, 1, static_cast<uint32_t>(content.orientation));
+  entry(0x0112, 3, 1, static_cast<size_t>(content.orientation));
   entry(0x8769, 4, 1, 38);
-  number(second_directory, 4);
+  number(content.thumbnail ? second_directory : 0, 4);
   number(3, 2);
-  entry(0x927C, 7, note_size, kNoteAt);
-  entry(0xA002, 4, 1, static_cast<uint32_t>(content.width));
-  entry(0xA003, 3, 1, static_cast<uint32_t>(content.height));
+  entry(0x927C, 7, note.size(), kNoteAt);
+  entry(0xA002, 4, 1, static_cast<size_t>(content.width));
+  entry(0xA003, 3, 1, static_cast<size_t>(content.height));
   number(0, 4);
-  exif.insert(exif.end(), content.note.begin(), content.note.end());
+  exif.insert(exif.end(), note.begin(), note.end());
   number(2, 2);
   entry(0x0201, 4, 1, second_directory + 30);
-  entry(0x0202, 4, 1, static_cast<uint32_t>(content.thumbnail.size()));
+  entry(0x0202, 4, 1, 9);
   number(0, 4);
-  exif.insert(exif.end(), content.thumbnail.begin(), content.thumbnail.end());
+  if (content.thumbnail) exif.insert(exif.end(), 9, 'T');
   return exif;
 }
 
-Bytes UprightExif(const ExifContent& content, int width, int height) {
-  Bytes exif = MakeExif(content);
-  exif.resize(exif.size() - content.thumbnail.size());
-  PutNumber(1, kOrientationAt, 2, content.big_endian, exif);
-  PutNumber(0, kSecondLinkAt, 4, content.big_endian, exif);
-  PutNumber(static_cast<uint32_t>(width), kWidthAt, 4, content.big_endian, exif);
-  PutNumber(static_cast<uint32_t>(height), kHeightAt, 2, content.big_endian, exif);
-  return exif;
-}
-
-void WriteTestJpeg(const std::string& path, const TestPicture& picture, bool progressive) {
+void WriteTestJpeg(const std::string& path, const Picture& picture, bool progressive) {
   const FilePtr file(std::fopen(path.c_str(), "wb"), &std::fclose);
   jpeg_compress_struct encoder{};
   jpeg_error_mgr errors;
@@ -217,7 +147,7 @@ void WriteTestJpeg(const std::string& path, const TestPicture& picture, bool pro
   if (progressive) jpeg_simple_progression(&encoder);
   jpeg_start_compress(&encoder, TRUE);
   if (!picture.exif.empty()) {
-    Bytes marker(kExifMark.begin(), kExifMark.end());
+    Bytes marker = {'E', 'x', 'i', 'f', 0, 0};
     marker.insert(marker.end(), picture.exif.begin(), picture.exif.end());
     jpeg_write_marker(&encoder, JPEG_APP0 + 1, marker.data(), static_cast<unsigned>(marker.size()));
   }
@@ -232,7 +162,7 @@ void WriteTestJpeg(const std::string& path, const TestPicture& picture, bool pro
   jpeg_destroy_compress(&encoder);
 }
 
-void WriteTestPng(const std::string& path, const TestPicture& picture, bool interlaced) {
+void WriteTestPng(const std::string& path, const Picture& picture, bool interlaced) {
   const FilePtr file(std::fopen(path.c_str(), "wb"), &std::fclose);
   png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
   png_infop info = png_create_info_struct(png);
@@ -260,7 +190,7 @@ void WriteTestPng(const std::string& path, const TestPicture& picture, bool inte
   png_destroy_write_struct(&png, &info);
 }
 
-void WriteTestWebp(const std::string& path, const TestPicture& picture) {
+void WriteTestWebp(const std::string& path, const Picture& picture) {
   uint8_t* image = nullptr;
   const auto encode = picture.channels == 4 ? &WebPEncodeLosslessRGBA : &WebPEncodeLosslessRGB;
   const size_t size = encode(picture.samples.data(), picture.width, picture.height,
@@ -281,49 +211,17 @@ void WriteTestWebp(const std::string& path, const TestPicture& picture) {
   WebPMuxDelete(mux);
 }
 
-bool WriteTestHeic(const std::string& path, const TestPicture& picture) {
-  heif_context* context = heif_context_alloc();
-  heif_encoder* encoder = nullptr;
-  const bool has_encoder =
-      heif_context_get_encoder_for_format(context, heif_compression_HEVC, &encoder).code ==
-      heif_error_Ok;
-  if (has_encoder) {
-    heif_encoder_set_lossy_quality(encoder, 95);
-    heif_image* image = nullptr;
-    heif_image_create(picture.width, picture.height, heif_colorspace_RGB,
-                      heif_chroma_interleaved_RGB, &image);
-    heif_image_add_plane(image, heif_channel_interleaved, picture.width, picture.height, 8);
-    int pitch = 0;
-    uint8_t* rows = heif_image_get_plane(image, heif_channel_interleaved, &pitch);
-    for (int y = 0; y < picture.height; ++y) {
-      std::memcpy(rows + static_cast<ptrdiff_t>(y) * pitch, picture.at(0, y),
-                  static_cast<size_t>(picture.width) * 3);
-    }
-    if (!picture.icc.empty()) {
-      heif_image_set_raw_color_profile(image, "prof", picture.icc.data(), picture.icc.size());
-    }
-    heif_image_handle* handle = nullptr;
-    EXPECT_EQ(heif_context_encode_image(context, image, encoder, nullptr, &handle).code,
-              heif_error_Ok);
-    if (!picture.exif.empty()) {
-      heif_context_add_exif_metadata(context, handle, picture.exif.data(),
-                                     static_cast<int>(picture.exif.size()));
-    }
-    EXPECT_EQ(heif_context_write_to_file(context, path.c_str()).code, heif_error_Ok);
-    heif_image_handle_release(handle);
-    heif_image_release(image);
-    heif_encoder_release(encoder);
-  }
-  heif_context_free(context);
-  return has_encoder;
+Picture ReadPhoto(const std::string& path) {
+  const std::string bytes = ReadFile(path);
+  return bytes.starts_with("RIFF") ? ReadWebp(bytes) : ReadPicture(path);
 }
 
-TestPicture ReadPicture(const std::string& path) {
-  const std::string bytes = ReadFile(path);
-  const FilePtr file(std::fopen(path.c_str(), "rb"), &std::fclose);
-  if (bytes.starts_with("\xFF\xD8")) return ReadJpeg(file.get());
-  if (bytes.starts_with("\x89PNG")) return ReadPng(file.get());
-  return ReadWebp(bytes);
+Picture PhotoTest::Rendered(const std::string& input, const std::string& output,
+                            const std::vector<std::string>& options) {
+  std::vector<std::string> arguments = {Path(input), Path(output), "--overwrite"};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  said_ = ExpectSuccess(Photo(arguments));
+  return ReadPhoto(Path(output));
 }
 
 }  // namespace vantro::test

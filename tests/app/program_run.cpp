@@ -103,6 +103,12 @@ ProgramTest::Result ProgramTest::Scripted(const std::string& command,
   return Run(std::move(arguments), input, largest_file);
 }
 
+std::string ProgramTest::ExpectSuccess(const Result& result) {
+  EXPECT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(result.output, "");
+  return result.errors;
+}
+
 void ProgramTest::ExpectFailure(const Result& result, int status,
                                 const std::vector<std::string>& parts,
                                 const std::vector<std::string>& files) const {

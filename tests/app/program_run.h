@@ -64,6 +64,8 @@ class ProgramTest : public ::testing::Test {
                int64_t largest_file = 0) {
     return Scripted("photo", arguments, input, largest_file);
   }
+  // The run ended well and left standard output empty. Returns what it said.
+  static std::string ExpectSuccess(const Result& result);
   // The run ended with `status`, said each of `parts`, and left the folder with these files.
   void ExpectFailure(const Result& result, int status, const std::vector<std::string>& parts,
                      const std::vector<std::string>& files) const;

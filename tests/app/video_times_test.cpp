@@ -17,8 +17,7 @@ TEST_F(VideoTimes, OfFramesAreKept) {
   ASSERT_EQ(before.video.size(), times.size());
   for (const std::string name : {"out.mp4", "out.mov", "out.mkv"}) {
     SCOPED_TRACE(name);
-    const Result result = Video({Path("in.mp4"), Path(name)});
-    ASSERT_EQ(result.status, 0) << result.errors;
+    ExpectSuccess(Video({Path("in.mp4"), Path(name)}));
     const StoredVideo after = ReadClip(Path(name));
     EXPECT_EQ(after.kind.substr(0, 15), "h264,64,yuv420p");
     ASSERT_EQ(after.video.size(), times.size());
@@ -35,8 +34,7 @@ TEST_F(VideoTimes, OfFramesAreKept) {
 
 TEST_F(VideoTimes, OfASteadyVideoAreSteady) {
   WriteFile(Path("in.y4m"), RawVideo(NoiseFrames(10, 64, 48)));
-  const Result result = Video({Path("in.y4m"), Path("out.mp4")});
-  ASSERT_EQ(result.status, 0) << result.errors;
+  ExpectSuccess(Video({Path("in.y4m"), Path("out.mp4")}));
   const StoredVideo after = ReadClip(Path("out.mp4"));
   ASSERT_EQ(after.video.size(), 10u);
   for (size_t i = 0; i < 10; ++i) {
@@ -52,16 +50,14 @@ TEST_F(VideoTimes, AndBytesOfAudioAreKept) {
             "-f lavfi -i sine=r=8000:d=1.2 -c:a pcm_s16le");
   const StoredVideo before = ReadClip(Path("in.mkv"));
   ASSERT_GT(before.audio.size(), 5u);
-  Result result = Video({Path("in.mkv"), Path("out.mkv")});
-  ASSERT_EQ(result.status, 0) << result.errors;
+  ExpectSuccess(Video({Path("in.mkv"), Path("out.mkv")}));
   const StoredVideo after = ReadClip(Path("out.mkv"));
   EXPECT_EQ(after.audio, before.audio);
   EXPECT_EQ(after.video.size(), times.size());
 
   // MP4 cannot hold this kind: the video is rendered all the same, and the user is told.
-  result = Video({Path("in.mkv"), Path("out.mp4")});
-  EXPECT_EQ(result.status, 0) << result.errors;
-  EXPECT_NE(result.errors.find("audio of the kind pcm_s16le"), std::string::npos) << result.errors;
+  const std::string said = ExpectSuccess(Video({Path("in.mkv"), Path("out.mp4")}));
+  EXPECT_NE(said.find("audio of the kind pcm_s16le"), std::string::npos) << said;
   const StoredVideo silent = ReadClip(Path("out.mp4"));
   EXPECT_TRUE(silent.audio.empty());
   EXPECT_EQ(silent.video.size(), times.size());

@@ -93,7 +93,7 @@ TEST(ModelFile, SurvivesDamagedBytes) {
   int refused = 0;
   for (int round = 0; round < 1500; ++round) {
     std::vector<uint8_t> damaged = bytes;
-    for (size_t i = 0; i < 1 + random() % 4; ++i) {
+    for (size_t left = 1 + random() % 4; left > 0; --left) {
       // The tables stand at the ends of the file, the weights between them.
       const size_t at = random() % (round % 3 == 0 ? bytes.size() : 30000);
       damaged[round % 2 == 0 ? at : bytes.size() - 1 - at] = static_cast<uint8_t>(random());

@@ -25,6 +25,7 @@ struct Picture {
     return &samples[static_cast<size_t>(y * width + x) * static_cast<size_t>(channels)];
   }
   const uint8_t* at(int x, int y) const { return const_cast<Picture*>(this)->at(x, y); }
+  std::pair<int, int> size() const { return {width, height}; }
 
   int width = 0;
   int height = 0;
