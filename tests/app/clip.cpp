@@ -18,9 +18,7 @@ namespace {
 // What a command of the shell prints.
 std::string OutputOf(const std::string& command) {
   FILE* const pipe = popen(command.c_str(), "r");
-  std::string output;
-  char part[65536];
-  while (const size_t got = std::fread(part, 1, sizeof(part), pipe)) output.append(part, got);
+  std::string output = ReadAll(pipe);
   EXPECT_EQ(pclose(pipe), 0) << command;
   return output;
 }

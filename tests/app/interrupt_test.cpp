@@ -5,11 +5,9 @@
 
 #include <csignal>
 #include <filesystem>
-#include <memory>
 
 #include "tests/app/clip.h"
 #include "tests/app/picture_file.h"
-#include "tests/app/program_run.h"
 
 namespace vantro::test {
 namespace {
@@ -18,20 +16,17 @@ class Interrupt : public ProgramTest {
  protected:
   Interrupt() {
     EXPECT_EQ(pipe2(ends_, O_CLOEXEC), 0);
-    // Room for all that a test feeds: while it feeds, nobody reads the program's standard error.
+    // Room for all that a test feeds.
     EXPECT_GE(fcntl(ends_[1], F_SETPIPE_SZ, 1 << 20), 1 << 20);
   }
   ~Interrupt() override {
     for (const int end : ends_) close(end);
   }
   // A program that renders `video`, which comes through a pipe that the test holds.
-  std::unique_ptr<RunningProgram> Start(const std::string& video) {
-    const std::vector<std::string> arguments = {"video", "-",        Path("out.mp4"),
-                                                "-v",    "--engine", VANTRO_SCRIPTED_ENGINE};
-    auto program =
-        std::make_unique<RunningProgram>(arguments, ends_[0], folder_.string() + ".stdout");
+  RunningProgram Start(const std::string& video) {
     EXPECT_EQ(write(ends_[1], video.data(), video.size()), static_cast<ssize_t>(video.size()));
-    return program;
+    return RunningProgram({"video", "-", Path("out.mp4"), "-v", "--engine", VANTRO_SCRIPTED_ENGINE},
+                          ends_[0]);
   }
 
   int ends_[2] = {-1, -1};
@@ -41,12 +36,12 @@ class InterruptBy : public Interrupt, public testing::WithParamInterface<int> {}
 INSTANTIATE_TEST_SUITE_P(Signals, InterruptBy, testing::Values(SIGINT, SIGTERM));
 
 TEST_P(InterruptBy, KeepsWhatWasRendered) {
-  const auto program = Start(RawVideo(NoiseFrames(60, 64, 48)));
+  RunningProgram program = Start(RawVideo(NoiseFrames(60, 64, 48)));
   // The library tells in its log which frame it is at; then the pipe is empty, and the program
   // waits for more.
-  ASSERT_TRUE(program->WaitFor("frameIdx is 20")) << program->errors();
-  program->Signal(GetParam());
-  EXPECT_EQ(program->Wait(), 128 + GetParam()) << program->errors();
+  ASSERT_TRUE(program.WaitFor("frameIdx is 20")) << program.errors();
+  program.Signal(GetParam());
+  EXPECT_EQ(program.Wait(), 128 + GetParam()) << program.errors();
   const size_t kept = DecodeClip(Path("out.mp4")).size();
   EXPECT_TRUE(kept >= 20 && kept <= 60) << kept;
   EXPECT_EQ(Files(), std::vector<std::string>{"out.mp4"});
@@ -58,11 +53,10 @@ INSTANTIATE_TEST_SUITE_P(Heads, InterruptAfter,
                          testing::Values("", "YUV4MPEG2 W64 H48 F25:1\nFRAME\n"));
 
 TEST_P(InterruptAfter, NoFrameLeavesNothing) {
-  const auto program = Start(GetParam());
+  RunningProgram program = Start(GetParam());
   while (Files().empty()) usleep(1000);  // its working file
-  program->Signal(SIGINT);
-  ExpectFailure({program->Wait(), program->errors(), ""}, 130, {"interrupted before the first"},
-                {});
+  program.Signal(SIGINT);
+  ExpectFailure({program.Wait(), program.errors(), ""}, 130, {"interrupted before the first"}, {});
 }
 
 // Pictures in work are finished, or, after a second signal, not even begun; none is left
@@ -78,7 +72,7 @@ TEST_F(Interrupt, OfPicturesLeavesWholeOnes) {
                                      "--engine", VANTRO_SCRIPTED_ENGINE, "--overwrite"});
   for (const int signals : {1, 2}) {
     SCOPED_TRACE(signals);
-    RunningProgram program(arguments, open("/dev/null", O_RDONLY), folder_.string() + ".stdout");
+    RunningProgram program(arguments, ends_[0]);
     ASSERT_TRUE(program.WaitFor("Photo_Seg_process")) << program.errors();
     // Two of one kind that are pending together would arrive as one.
     program.Signal(SIGINT);

@@ -85,34 +85,21 @@ Difference DifferenceOnSubject(const Picture& is, const Picture& was) {
   return result;
 }
 
-// The subject's colours come back as they were, not averaged with their neighbours', although the
-// layouts hold one colour for two or four pixels.
-TEST_F(PhotoEffect, KeepsEveryPixelsColourOnTheSubject) {
-  for (const auto& [width, height] : {std::pair(160, 120), {161, 121}}) {
-    const Picture before = MiddleLuma(width, height);
-    WriteTestPng(Path("in.png"), before);
-    for (const char* format : {"nv21", "nv12", "uyvy"}) {
-      SCOPED_TRACE(testing::Message() << format << " " << width << "x" << height);
-      const Picture after = Rendered("in.png", "out.png", {"--format", format});
-      ASSERT_EQ(after.size(), before.size());
-      const Difference difference = DifferenceOnSubject(after, before);
-      EXPECT_GT(difference.pixels, 1000);
-      EXPECT_LE(difference.largest, 2);
-      ForEachPixel(before, [&](int x, int y) {
-        ASSERT_NEAR(Luma(after.at(x, y)), Luma(before.at(x, y)), 1.6);
-        const bool outside = std::abs(2 * x + 1 - width) > width / 2 + 8 ||
-                             std::abs(2 * y + 1 - height) > height / 2 + 8;
-        ASSERT_TRUE(IsGrey(after.at(x, y)) || !outside) << x << ", " << y;
-      });
-    }
-  }
-}
-
-// No row or column is lost, and none is made of what lies beyond the picture.
-TEST_F(PhotoEffect, TakesEverySize) {
+// No row or column is lost, and none is made of what lies beyond the picture. The subject's colours
+// come back as they were, not averaged with their neighbours', although the layouts hold one colour
+// for two or four pixels.
+TEST_F(PhotoEffect, KeepsThePixelsOfEverySize) {
   std::filesystem::create_directory(Path("in"));
-  for (const auto& [width, height] :
-       {std::pair(1, 1), {1, 9}, {2, 2}, {3, 2}, {5, 7}, {64, 33}, {63, 64}, {17, 130}}) {
+  for (const auto& [width, height] : {std::pair(1, 1),
+                                      {1, 9},
+                                      {2, 2},
+                                      {3, 2},
+                                      {5, 7},
+                                      {64, 33},
+                                      {63, 64},
+                                      {17, 130},
+                                      {160, 120},
+                                      {161, 121}}) {
     Picture before = MiddleLuma(width, height);
     WriteTestPng(Path("in/a.png"), before);
     WriteTestPng(Path("in/interlaced.png"), before, true);
@@ -130,13 +117,26 @@ TEST_F(PhotoEffect, TakesEverySize) {
         SCOPED_TRACE(testing::Message() << name << " " << format << " " << width << "x" << height);
         ASSERT_EQ(after.size(), before.size());
         ASSERT_EQ(after.channels, 3);
+        const bool jpeg = name.ends_with(".jpg");
         const Picture source = ReadPhoto(Path("in/" + name));
         ForEachPixel(after, [&, &is = after](int x, int y) {
-          // Chroma that is interpolated may leave the range of RGB, where luma is clipped.
+          const uint8_t* const rgb = is.at(x, y);
           const double was = Luma(source.at(x, y));
-          if (!IsGrey(is.at(x, y)) || std::abs(was - 128) >= 8) return;
-          ASSERT_NEAR(is.at(x, y)[0], was, 12);
+          if (jpeg) {
+            // Chroma that is interpolated may leave the range of RGB, where luma is clipped.
+            const bool clipped = !IsGrey(rgb) || std::abs(was - 128) >= 8;
+            ASSERT_NEAR(rgb[0], clipped ? rgb[0] : was, 12);
+            return;
+          }
+          ASSERT_NEAR(Luma(rgb), was, 1.6);
+          const bool outside = std::abs(2 * x + 1 - is.width) > is.width / 2 + 8 ||
+                               std::abs(2 * y + 1 - is.height) > is.height / 2 + 8;
+          ASSERT_TRUE(IsGrey(rgb) || !outside) << x << ", " << y;
         });
+        if (jpeg || width < 160) continue;
+        const Difference difference = DifferenceOnSubject(after, before);
+        EXPECT_GT(difference.pixels, 1000);
+        EXPECT_LE(difference.largest, 2);
       }
     }
   }

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -14,18 +13,16 @@
 namespace vantro::test {
 
 RunningProgram::RunningProgram(const std::vector<std::string>& arguments, int stdin_descriptor,
-                               const std::filesystem::path& stdout_file, int64_t largest_file) {
+                               int64_t largest_file) {
   std::vector<char*> argv = {const_cast<char*>(VANTRO_PROGRAM)};
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
-  const int stdout_descriptor =
-      open(stdout_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   int pipe_ends[2];
-  if (stdout_descriptor < 0 || pipe2(pipe_ends, O_CLOEXEC) != 0) std::abort();
+  if (output_ == nullptr || pipe2(pipe_ends, O_CLOEXEC) != 0) std::abort();
   process_ = fork();
   if (process_ == 0) {
     dup2(stdin_descriptor, STDIN_FILENO);
-    dup2(stdout_descriptor, STDOUT_FILENO);
+    dup2(fileno(output_), STDOUT_FILENO);
     dup2(pipe_ends[1], STDERR_FILENO);
     if (largest_file > 0) {
       const rlimit limit{static_cast<rlim_t>(largest_file), static_cast<rlim_t>(largest_file)};
@@ -36,7 +33,6 @@ RunningProgram::RunningProgram(const std::vector<std::string>& arguments, int st
     _exit(127);
   }
   close(pipe_ends[1]);
-  close(stdout_descriptor);
   error_pipe_ = pipe_ends[0];
 }
 
@@ -46,6 +42,7 @@ RunningProgram::~RunningProgram() {
     Wait();
   }
   close(error_pipe_);
+  std::fclose(output_);
 }
 
 bool RunningProgram::ReadMore() {
@@ -63,8 +60,6 @@ bool RunningProgram::WaitFor(const std::string& text) {
   return true;
 }
 
-void RunningProgram::Signal(int number) { kill(process_, number); }
-
 int RunningProgram::Wait() {
   while (ReadMore()) {
   }
@@ -72,6 +67,11 @@ int RunningProgram::Wait() {
   waitpid(process_, &status, 0);
   process_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string RunningProgram::output() const {
+  std::rewind(output_);
+  return ReadAll(output_);
 }
 
 ProgramTest::ProgramTest() {
@@ -82,25 +82,24 @@ ProgramTest::ProgramTest() {
 
 ProgramTest::~ProgramTest() { std::filesystem::remove_all(folder_); }
 
-ProgramTest::Result ProgramTest::Run(std::vector<std::string> arguments, const std::string& input,
-                                     int64_t largest_file) {
-  // Beside the folder, whose files are part of what the tests look at.
-  const std::string output = folder_.string() + ".stdout";
+ProgramTest::Result ProgramTest::Run(const std::vector<std::string>& arguments,
+                                     const std::string& input, int64_t largest_file) {
   const int input_descriptor = open(input.c_str(), O_RDONLY | O_CLOEXEC);
-  RunningProgram program(arguments, input_descriptor, output, largest_file);
+  RunningProgram program(arguments, input_descriptor, largest_file);
   close(input_descriptor);
   const int status = program.Wait();
-  Result result{status, program.errors(), ReadFile(output)};
-  std::filesystem::remove(output);
-  return result;
+  return {status, program.errors(), program.output()};
 }
 
-ProgramTest::Result ProgramTest::Scripted(const std::string& command,
-                                          std::vector<std::string> arguments,
-                                          const std::string& input, int64_t largest_file) {
-  arguments.insert(arguments.begin(), command);
-  arguments.insert(arguments.end(), {"--engine", VANTRO_SCRIPTED_ENGINE});
-  return Run(std::move(arguments), input, largest_file);
+ProgramTest::Result ProgramTest::Video(std::vector<std::string> arguments, const std::string& input,
+                                       int64_t largest_file) {
+  arguments.insert(arguments.begin(), {"video", "--engine", VANTRO_SCRIPTED_ENGINE});
+  return Run(arguments, input, largest_file);
+}
+
+ProgramTest::Result ProgramTest::Photo(std::vector<std::string> arguments, int64_t largest_file) {
+  arguments.insert(arguments.begin(), {"photo", "--engine", VANTRO_SCRIPTED_ENGINE});
+  return Run(arguments, "/dev/null", largest_file);
 }
 
 std::string ProgramTest::ExpectSuccess(const Result& result) {
@@ -128,6 +127,13 @@ std::vector<std::string> ProgramTest::Files(const std::string& inside) const {
   }
   std::ranges::sort(names);
   return names;
+}
+
+std::string ReadAll(FILE* stream) {
+  std::string content;
+  char part[65536];
+  while (const size_t got = std::fread(part, 1, sizeof(part), stream)) content.append(part, got);
+  return content;
 }
 
 std::string ReadFile(const std::string& path) {

@@ -5,30 +5,33 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 namespace vantro::test {
 
-// The program while it runs; its standard error is read by the test. Waited for at the latest when
-// the object ends.
+// The program while it runs; its standard error is read by the test. Killed at the latest when the
+// object ends.
 class RunningProgram {
  public:
   // `largest_file` limits what the program can write to one file, in bytes; 0 for no limit.
   RunningProgram(const std::vector<std::string>& arguments, int stdin_descriptor,
-                 const std::filesystem::path& stdout_file, int64_t largest_file = 0);
+                 int64_t largest_file = 0);
   ~RunningProgram();
   RunningProgram(const RunningProgram&) = delete;
   RunningProgram& operator=(const RunningProgram&) = delete;
 
   // Reads standard error until it has shown `text`; false when the program ended without it.
   bool WaitFor(const std::string& text);
-  void Signal(int number);
+  void Signal(int number) { kill(process_, number); }
   // The exit status, or -1 when a signal ended it.
   int Wait();
   const std::string& errors() const { return errors_; }
+  std::string output() const;
 
  private:
   bool ReadMore();
@@ -36,6 +39,7 @@ class RunningProgram {
   pid_t process_ = -1;
   int error_pipe_ = -1;
   std::string errors_;
+  FILE* const output_ = std::tmpfile();
 };
 
 // A fresh folder for every test, removed afterwards.
@@ -51,19 +55,13 @@ class ProgramTest : public ::testing::Test {
   ~ProgramTest() override;
 
   std::string Path(const std::string& name) const { return (folder_ / name).string(); }
-  // Runs "vantro ARGUMENTS..."; standard input is the file `input`, if given.
-  Result Run(std::vector<std::string> arguments, const std::string& input = "/dev/null",
-             int64_t largest_file = 0);
-  // "vantro video ARGUMENTS... --engine" with the scripted engine.
-  Result Video(const std::vector<std::string>& arguments, const std::string& input = "/dev/null",
-               int64_t largest_file = 0) {
-    return Scripted("video", arguments, input, largest_file);
-  }
-  // The same for "vantro photo".
-  Result Photo(const std::vector<std::string>& arguments, const std::string& input = "/dev/null",
-               int64_t largest_file = 0) {
-    return Scripted("photo", arguments, input, largest_file);
-  }
+  // Runs "vantro ARGUMENTS..."; standard input is the file `input`.
+  static Result Run(const std::vector<std::string>& arguments,
+                    const std::string& input = "/dev/null", int64_t largest_file = 0);
+  // The same with the scripted engine: "vantro video ARGUMENTS..." and "vantro photo ARGUMENTS...".
+  static Result Video(std::vector<std::string> arguments, const std::string& input = "/dev/null",
+                      int64_t largest_file = 0);
+  static Result Photo(std::vector<std::string> arguments, int64_t largest_file = 0);
   // The run ended well and left standard output empty. Returns what it said.
   static std::string ExpectSuccess(const Result& result);
   // The run ended with `status`, said each of `parts`, and left the folder with these files.
@@ -73,12 +71,10 @@ class ProgramTest : public ::testing::Test {
   std::vector<std::string> Files(const std::string& inside = ".") const;
 
   std::filesystem::path folder_;
-
- private:
-  Result Scripted(const std::string& command, std::vector<std::string> arguments,
-                  const std::string& input, int64_t largest_file);
 };
 
+// All that is left of a stream.
+std::string ReadAll(FILE* stream);
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);
 
