@@ -125,20 +125,17 @@ TEST(Engine, RefusesBadArgumentsAndWritesNothing) {
     const bool known = std::ranges::find(kFormats, format) != std::end(kFormats);
     ASSERT_TRUE(known || refuses(format, 64, 64, 64, 0)) << format;
   }
-  constexpr struct {
-    int width, height, stride, mode = 0;
-  } kNoFrames[] = {{64, 64, 63},
-                   {64, 64, -64},
-                   {0, 64, 64},
-                   {64, -1, 64},
-                   {1, 64, 64},
-                   {64, 1, 64},
-                   {32768, 48, 32768},
-                   {64, 32768, 64},
-                   {64, 64, 64, 1},
-                   {INT32_MIN, INT32_MIN, INT32_MIN},
-                   {INT32_MAX, INT32_MAX, INT32_MAX}};
-  for (const auto& [width, height, stride, mode] : kNoFrames) {
+  for (const auto& [width, height, stride, mode] : {std::tuple{64, 64, 63, 0},
+                                                    {64, 64, -64, 0},
+                                                    {0, 64, 64, 0},
+                                                    {64, -1, 64, 0},
+                                                    {1, 64, 64, 0},
+                                                    {64, 1, 64, 0},
+                                                    {32768, 48, 32768, 0},
+                                                    {64, 32768, 64, 0},
+                                                    {64, 64, 64, 1},
+                                                    {INT32_MIN, INT32_MIN, INT32_MIN, 0},
+                                                    {INT32_MAX, INT32_MAX, INT32_MAX, 0}}) {
     for (const int format : kFormats) {
       EXPECT_TRUE(refuses(format, width, height, stride, mode)) << width << "x" << height;
     }
