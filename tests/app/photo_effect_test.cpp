@@ -204,18 +204,14 @@ TEST_F(PhotoEffect, TurnsPicturesUpright) {
 
 TEST_F(PhotoEffect, KeepsGreyPicturesGrey) {
   Picture grey(40, 31, 1);
-  for (size_t i = 0; i < grey.samples.size(); ++i) grey.samples[i] = static_cast<uint8_t>(i * 7);
+  constexpr uint8_t kBefore[] = {0, 25, 128, 230, 255};
+  constexpr uint8_t kAfter[] = {0, 5, 128, 250, 255};  // on the contrast curve
+  for (size_t i = 0; i < grey.samples.size(); ++i) grey.samples[i] = kBefore[i % 5];
   WriteTestPng(Path("in.png"), grey);
   WriteTestJpeg(Path("in.jpg"), grey);
   EXPECT_EQ(Rendered("in.jpg", "out.jpg").channels, 1);
-  const Picture after = Rendered("in.png", "out.png");
-  ASSERT_EQ(after.channels, 1);
-  // Samples of the contrast curve.
-  const std::map<int, int> curve = {{0, 0}, {25, 5}, {128, 128}, {230, 250}, {255, 255}};
-  for (size_t i = 0; i < grey.samples.size(); ++i) {
-    const auto known = curve.find(grey.samples[i]);
-    EXPECT_TRUE(known == curve.end() || after.samples[i] == known->second) << i;
-  }
+  for (size_t i = 0; i < grey.samples.size(); ++i) grey.samples[i] = kAfter[i % 5];
+  EXPECT_EQ(Rendered("in.png", "out.png").samples, grey.samples);
 }
 
 TEST_F(PhotoEffect, KeepsTransparency) {
@@ -256,19 +252,6 @@ TEST_F(PhotoEffect, ShowsBeforeBesideAfter) {
     });
     EXPECT_EQ(Rendered("in.jpg", "both.jpg", {"--compare"}).width, 2 * width);
   }
-}
-
-// The mask is the engine's own: its size, its ellipse.
-TEST_F(PhotoEffect, WritesTheEnginesMask) {
-  WriteTestPng(Path("in.png"), MiddleLuma(80, 60));
-  Rendered("in.png", "out.png", {"--mask-out", Path("mask.png")});
-  const Picture mask = ReadPhoto(Path("mask.png"));
-  ASSERT_EQ(mask.size(), std::pair(64, 48));
-  ASSERT_EQ(mask.channels, 1);
-  ForEachPixel(mask, [&](int x, int y) {
-    const double distance = Distance(mask, x, y);
-    ASSERT_EQ(*mask.at(x, y), distance * distance < 0.2 ? 255 : 0) << x << " " << y;
-  });
 }
 
 }  // namespace

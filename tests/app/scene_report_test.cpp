@@ -120,15 +120,5 @@ TEST_F(SceneReport, TellsOfEveryLayout) {
   }
 }
 
-TEST_F(SceneReport, IsRefusedWhereItCannotBe) {
-  const std::string in = Path("in.y4m");
-  WriteFile(in, RawVideo(NoiseFrames(1, 64, 48)));
-  WriteFile(Path("kept.html"), "kept");
-  const auto files = Files();
-  ExpectFailure(Video({in, Path("o.mp4"), "--report", Path("page.pdf")}), 2, {"page.pdf"}, files);
-  ExpectFailure(Video({in, Path("o.mp4"), "--report", Path("kept.html")}), 1, {"kept.html"}, files);
-  EXPECT_EQ(ReadFile(Path("kept.html")), "kept");
-}
-
 }  // namespace
 }  // namespace vantro::test

@@ -1,0 +1,175 @@
+// What goes wrong ends with the right status, a message that names the culprit, and no file.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/app/clip.h"
+#include "tests/app/picture_file.h"
+
+namespace vantro::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Failures : public ProgramTest {
+ protected:
+  using Arguments = std::vector<std::string>;
+
+  Failures() {
+    WriteFile(in_, RawVideo(NoiseFrames(6, 64, 48)));
+    for (const char* name : {"a.png", "b.png", "sub/a.png"}) {
+      fs::create_directory(Path("sub"));
+      WriteTestPng(Path(name), NoisePicture(200, 200));
+    }
+    WriteFile(Path("a.jpg"), "");
+    WriteFile(Path("kept.mp4"), "kept");
+    WriteFile(Path("kept.png"), "kept");
+    WriteFile(Path("kept.html"), "kept");
+  }
+  // Each names its culprit and leaves the files as they were.
+  void ExpectFailures(int status, bool photo,
+                      const std::vector<std::pair<Arguments, std::string>>& cases) {
+    const auto files = Files();
+    for (const auto& [arguments, culprit] : cases) {
+      SCOPED_TRACE(testing::PrintToString(arguments));
+      ExpectFailure(photo ? Photo(arguments) : Video(arguments), status, {"vantro: ", culprit},
+                    files);
+    }
+    for (const char* name : {"kept.mp4", "kept.png", "kept.html"}) {
+      EXPECT_EQ(ReadFile(Path(name)), "kept");
+    }
+  }
+
+  const std::string in_ = Path("in.y4m");
+  const std::string out_ = Path("out.mp4");
+};
+
+TEST_F(Failures, OfCommands) {
+  ExpectFailure(Run({}), 2, {"a command is missing"}, Files());
+  ExpectFailure(Run({"paint", in_, out_}), 2, {"paint"}, Files());
+}
+
+TEST_F(Failures, OfUsageForVideos) {
+  const std::string in = in_;
+  const std::string out = out_;
+  ExpectFailures(2, false,
+                 {{{}, "INPUT"},
+                  {{in}, "OUTPUT"},
+                  {{in, out, "--frobnicate"}, "--frobnicate"},
+                  {{in, out, "--format", "rgb"}, "\"rgb\" is not nv21, nv12 or uyvy"},
+                  {{in, out, "--threads", "65"}, "--threads"},
+                  {{in, out, "--rect", "1,2,3"}, "--rect"},
+                  {{in, out, "--rect", "0,0,0,4"}, "--rect"},
+                  {{in, out, "--rect", "0,0,4,4x"}, "--rect"},
+                  {{in, out, "--rect", "0,0,99999999999,4"}, "--rect"},
+                  {{in, out, "--rect=-2,0,4,4"}, "--rect"},
+                  // Only the frames tell how large a rectangle may be.
+                  {{in, out, "--rect", "60,0,5,4"}, "64x48"},
+                  {{in, out, "--rect", "2147483647,0,2147483647,4"}, "--rect"},
+                  {{in, Path("out.avi")}, ".avi"},
+                  {{in, out, "--contact-sheet", Path("sheet.jpg")}, "sheet.jpg"},
+                  {{in, out, "--report", Path("page.pdf")}, "page.pdf"},
+                  {{in, in, "--overwrite"}, "is the input itself"},
+                  {{in, Path("./sub/../in.y4m"), "--overwrite"}, "is the input itself"}});
+}
+
+TEST_F(Failures, OfUsageForPictures) {
+  const std::string in = Path("a.png");
+  const std::string other = Path("b.png");
+  const std::string out = Path("out.png");
+  ExpectFailures(2, true,
+                 {{{}, "INPUT"},
+                  {{in}, "OUTPUT"},
+                  {{in, Path("out.gif")}, ".gif"},
+                  {{in, Path("out")}, "out"},
+                  {{in, other, Path("a.jpg")}, "is no folder"},
+                  {{in, other, Path("new.jpg")}, "is no folder"},
+                  {{in, other, Path("sub"), "--mask-out", Path("m.png")}, "--mask-out"},
+                  {{in, Path("sub/a.png"), Path("out")}, "would both be written"},
+                  {{Path("a.jpg"), Path("a.heic"), Path("out")}, "would both be written"},
+                  {{in, Path("sub/../a.png"), "--overwrite"}, "is an input, and"},
+                  {{in, other, Path("."), "--overwrite"}, "is an input, and"},
+                  {{in, out, "--mask-out", in, "--overwrite"}, "is an input, and"},
+                  {{in, out, "--mask-out", out}, "the mask of"},
+                  {{in, out, "--mask-out", Path("mask.jpg")}, "mask.jpg"},
+                  {{in, out, "--contact-sheet", Path("sheet.jpg")}, "sheet.jpg"},
+                  {{in, out, "--contact-sheet", out}, "would both be written"},
+                  {{in, out, "--format", "rgb"}, "rgb"},
+                  {{in, out, "--jobs", "0"}, "--jobs"},
+                  {{in, out, "--jobs", "65"}, "--jobs"}});
+}
+
+TEST_F(Failures, OfFiles) {
+  WriteFile(Path("text.mp4"), std::string(5000, 'x'));
+  WriteFile(Path("empty.mp4"), "");
+  WriteFile(Path("headonly.y4m"), "YUV4MPEG2 W64 H48 F25:1\n");
+  WriteFile(Path("tiny.y4m"), RawVideo(NoiseFrames(1, 1, 48)));
+  fs::create_directory(Path("folder.mp4"));
+  ExpectFailures(1, false,
+                 {{{Path("missing.mp4"), out_}, "missing.mp4"},
+                  {{Path("text.mp4"), out_}, "text.mp4"},
+                  {{Path("empty.mp4"), out_}, "empty.mp4"},
+                  {{Path("headonly.y4m"), out_}, "headonly.y4m"},
+                  {{Path("tiny.y4m"), out_}, "1x48"},
+                  {{Path("folder.mp4"), out_}, "folder.mp4"},
+                  {{"-", out_}, "standard input"},
+                  {{in_, Path("kept.mp4")}, "--overwrite"},
+                  {{in_, Path("no/out.mp4")}, "no/out.mp4"},
+                  {{in_, "/dev/null", "--overwrite"}, "/dev/null"},
+                  {{in_, out_, "--contact-sheet", Path("no/s.png")}, "no/s.png"},
+                  {{in_, out_, "--report", Path("kept.html")}, "kept.html"}});
+  ExpectFailures(1, true, {{{Path("a.png"), Path("no/out.png")}, "folder"}});
+}
+
+// In the middle of the file, or at its end.
+TEST_F(Failures, OfFullDisks) {
+  const auto files = Files();
+  for (const std::string name : {"out.y4m", "kept.mp4"}) {
+    ExpectSuccess(Video({in_, Path("whole" + name)}));
+    const auto size = static_cast<int64_t>(fs::file_size(Path("whole" + name)));
+    fs::remove(Path("whole" + name));
+    for (const int64_t space : {int64_t{1000}, size - 1}) {
+      ExpectFailure(Video({in_, Path(name), "--overwrite"}, "/dev/null", space), 1, {name}, files);
+    }
+  }
+  for (const std::string name : {"kept.png", "new.jpg", "new.webp"}) {
+    ExpectFailure(Photo({Path("a.png"), Path(name), "--overwrite"}, 2000), 1, {name}, files);
+  }
+  EXPECT_EQ(ReadFile(Path("kept.mp4")), "kept");
+  EXPECT_EQ(ReadFile(Path("kept.png")), "kept");
+
+  // A link to a file stays one, and the file it leads to is replaced.
+  fs::create_symlink("kept.mp4", Path("link.mp4"));
+  ExpectSuccess(Video({in_, Path("link.mp4"), "--overwrite"}));
+  EXPECT_TRUE(fs::is_symlink(Path("link.mp4")));
+  EXPECT_EQ(ReadClip(Path("kept.mp4")).video.size(), 6u);
+}
+
+// What could be read of a file that ends too early is rendered, and the user is told.
+TEST_F(Failures, OfIncompleteVideos) {
+  WriteClip(Path("whole.mp4"), NoiseFrames(6, 64, 48), {0, 40, 80, 120, 160, 200},
+            "-movflags +faststart");
+  const std::string whole = ReadFile(Path("whole.mp4"));
+  WriteFile(Path("cut.mp4"), whole.substr(0, whole.size() * 3 / 4));
+  const std::string said = ExpectSuccess(Video({Path("cut.mp4"), out_}));
+  EXPECT_NE(said.find("cut.mp4: seems incomplete, "), std::string::npos) << said;
+  const size_t frames = ReadClip(out_).video.size();
+  EXPECT_TRUE(frames > 1 && frames < 6) << frames;
+}
+
+TEST_F(Failures, OfEngines) {
+  WriteFile(Path("text.so"), "not a library");
+  fs::copy_file(VANTRO_SCRIPTED_ENGINE, Path("renamed.so"));
+  const auto files = Files();
+  const auto run = [this](const std::string& engine) {
+    return Run({"video", in_, out_, "--engine", engine});
+  };
+  ExpectFailure(run(Path("missing.so")), 1, {"--engine", "missing.so"}, files);
+  ExpectFailure(run(Path("text.so")), 1, {"--engine", "text.so"}, files);
+  ExpectFailure(run(VANTRO_FOREIGN_LIBRARY), 1, {"soname", "libPlimra.so"}, files);
+  // The file's own name does not matter.
+  ExpectSuccess(run(Path("renamed.so")));
+}
+
+}  // namespace
+}  // namespace vantro::test
