@@ -125,30 +125,25 @@ TEST(Engine, RefusesBadArgumentsAndWritesNothing) {
     const bool known = std::ranges::find(kFormats, format) != std::end(kFormats);
     ASSERT_TRUE(known || refuses(format, 64, 64, 64, 0)) << format;
   }
-  for (const auto& [width, height, stride, mode] : {std::tuple{64, 64, 63, 0},
-                                                    {64, 64, -64, 0},
-                                                    {0, 64, 64, 0},
-                                                    {64, -1, 64, 0},
-                                                    {1, 64, 64, 0},
-                                                    {64, 1, 64, 0},
-                                                    {32768, 48, 32768, 0},
-                                                    {64, 32768, 64, 0},
-                                                    {64, 64, 64, 1},
-                                                    {INT32_MIN, INT32_MIN, INT32_MIN, 0},
-                                                    {INT32_MAX, INT32_MAX, INT32_MAX, 0}}) {
+  constexpr int kLow = INT32_MIN;
+  constexpr int kHigh = INT32_MAX;
+  constexpr int kNoFrames[][4] = {
+      {64, 64, 63, 0},       {64, 64, -64, 0},         {0, 64, 64, 0},        {64, -1, 64, 0},
+      {1, 64, 64, 0},        {64, 1, 64, 0},           {32768, 48, 32768, 0}, {64, 32768, 64, 0},
+      {kLow, kLow, kLow, 0}, {kHigh, kHigh, kHigh, 0}, {64, 64, 64, 1}};
+  for (const auto& [width, height, stride, mode] : kNoFrames) {
     for (const int format : kFormats) {
       EXPECT_TRUE(refuses(format, width, height, stride, mode)) << width << "x" << height;
     }
   }
-  uint8_t* mask = found.mask.data();
-  const auto process = [&](void* handle, uint8_t* in, uint8_t* out, CROP_BOX* box, CROP_BOX* crop) {
-    return library.process(handle, in, 0, 64, 64, 64, 0, out, box, crop, 0, nullptr, 0);
-  };
-  EXPECT_NE(process(nullptr, frame.data(), mask, &found.box, &found.crop), 0);
-  EXPECT_NE(process(engine.get(), nullptr, mask, &found.box, &found.crop), 0);
-  EXPECT_NE(process(engine.get(), frame.data(), nullptr, &found.box, &found.crop), 0);
-  EXPECT_NE(process(engine.get(), frame.data(), mask, nullptr, &found.crop), 0);
-  EXPECT_NE(process(engine.get(), frame.data(), mask, &found.box, nullptr), 0);
+  for (int missing = 0; missing < 5; ++missing) {
+    const auto given = [&](int i, auto* argument) { return i == missing ? nullptr : argument; };
+    EXPECT_NE(library.process(given(0, engine.get()), given(1, frame.data()), 0, 64, 64, 64, 0,
+                              given(2, found.mask.data()), given(3, &found.box),
+                              given(4, &found.crop), 0, nullptr, 0),
+              0)
+        << missing;
+  }
   EXPECT_EQ(found.mask, Found().mask);
   EXPECT_TRUE(SameBox(found.box, Found().box) && SameBox(found.crop, Found().crop));
   EXPECT_FALSE(refuses(0, 64, 64, 64, 0));
