@@ -30,37 +30,37 @@ int64_t Microseconds(const std::string& seconds) {
 
 }  // namespace
 
-PlanarFrame::PlanarFrame(int frame_width, int frame_height, bool half_height)
-    : width(frame_width),
-      height(frame_height),
-      chroma_width((width + 1) / 2),
-      chroma_height(half_height ? (height + 1) / 2 : height),
-      luma(static_cast<size_t>(width * height)),
-      cb(static_cast<size_t>(chroma_width * chroma_height)),
-      cr(cb.size()) {}
+PlanarFrame::PlanarFrame(int width, int height, bool half_height, std::array<uint8_t, 3> colour)
+    : luma(width, height, 1),
+      cb((width + 1) / 2, half_height ? (height + 1) / 2 : height, 1),
+      cr(cb) {
+  std::ranges::fill(luma.samples, colour[0]);
+  std::ranges::fill(cb.samples, colour[1]);
+  std::ranges::fill(cr.samples, colour[2]);
+}
 
 std::vector<PlanarFrame> NoiseFrames(int count, int width, int height, bool half_height) {
   std::vector<PlanarFrame> frames;
   std::mt19937 random(1);
   for (int i = 0; i < count; ++i) {
     PlanarFrame& frame = frames.emplace_back(width, height, half_height);
-    for (Bytes* plane : {&frame.luma, &frame.cb, &frame.cr}) {
-      for (uint8_t& sample : *plane) sample = static_cast<uint8_t>(random() >> 8);
+    for (Picture* plane : {&frame.luma, &frame.cb, &frame.cr}) {
+      for (uint8_t& sample : plane->samples) sample = static_cast<uint8_t>(random() >> 8);
     }
   }
   return frames;
 }
 
 std::string RawVideo(const std::vector<PlanarFrame>& frames, char scan) {
-  const PlanarFrame& first = frames.front();
+  const auto [width, height] = frames.front().size();
+  const bool half_height = frames.front().cb.height < height;
   std::ostringstream file;
-  file << "YUV4MPEG2 W" << first.width << " H" << first.height << " F25:1 I" << scan << " A1:1 C"
-       << (first.chroma_height < first.height ? "420mpeg2" : "422") << "\n";
+  file << "YUV4MPEG2 W" << width << " H" << height << " F25:1 I" << scan << " A1:1 C"
+       << (half_height ? "420mpeg2" : "422") << "\n";
   for (const PlanarFrame& frame : frames) {
     file << "FRAME\n";
-    for (const Bytes* plane : {&frame.luma, &frame.cb, &frame.cr}) {
-      file.write(reinterpret_cast<const char*>(plane->data()),
-                 static_cast<std::streamsize>(plane->size()));
+    for (const Picture* plane : {&frame.luma, &frame.cb, &frame.cr}) {
+      file << std::string(plane->samples.begin(), plane->samples.end());
     }
   }
   return file.str();
@@ -76,11 +76,12 @@ std::vector<PlanarFrame> ParseRawVideo(const std::string& file) {
     PlanarFrame& frame = frames.emplace_back(width, height, head.find(" C420") != head.npos);
     EXPECT_EQ(file.substr(at, 6), "FRAME\n") << "at byte " << at;
     at += 6;
-    for (Bytes* plane : {&frame.luma, &frame.cb, &frame.cr}) {
-      EXPECT_GE(file.size(), at + plane->size()) << "frame " << frames.size() << " is cut off";
-      std::copy_n(file.data() + std::min(at, file.size() - plane->size()), plane->size(),
-                  plane->begin());
-      at += plane->size();
+    for (Picture* plane : {&frame.luma, &frame.cb, &frame.cr}) {
+      Bytes& samples = plane->samples;
+      EXPECT_GE(file.size(), at + samples.size()) << "frame " << frames.size() << " is cut off";
+      std::copy_n(file.data() + std::min(at, file.size() - samples.size()), samples.size(),
+                  samples.begin());
+      at += samples.size();
     }
   }
   return frames;

@@ -3,22 +3,22 @@
 #ifndef VANTRO_TESTS_APP_CLIP_H_
 #define VANTRO_TESTS_APP_CLIP_H_
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "tests/support/picture.h"  // Bytes
+#include "tests/support/picture.h"
 
 namespace vantro::test {
 
-// One planar frame: luma, then the two chroma planes, without gaps; chroma at half width, and at
-// half height for 4:2:0, rounded up.
+// One planar frame of one colour; chroma at half width, and at half height for 4:2:0, rounded up.
 struct PlanarFrame {
-  PlanarFrame(int frame_width, int frame_height, bool half_height);
+  PlanarFrame(int width, int height, bool half_height, std::array<uint8_t, 3> colour = {});
+  std::pair<int, int> size() const { return luma.size(); }
 
-  int width, height;
-  int chroma_width, chroma_height;
-  Bytes luma, cb, cr;
+  Picture luma, cb, cr;
 };
 
 // Frames of random samples; the same for the same arguments.

@@ -14,8 +14,7 @@ namespace {
 class SampleClip : public ProgramTest {};
 
 bool Coloured(const PlanarFrame& frame, int x, int y) {
-  const auto at = static_cast<size_t>(y * frame.chroma_width + x);
-  return std::abs(frame.cb[at] - 128) > 4 || std::abs(frame.cr[at] - 128) > 4;
+  return std::abs(*frame.cb.at(x, y) - 128) > 4 || std::abs(*frame.cr.at(x, y) - 128) > 4;
 }
 
 // The share of places in a part of the frame, given in tenths of its size, for which `counts`.
@@ -23,8 +22,8 @@ template <typename Counts>
 double Share(const PlanarFrame& frame, int left, int top, int right, int bottom, Counts counts) {
   int count = 0;
   int all = 0;
-  for (int y = frame.chroma_height * top / 10; y < frame.chroma_height * bottom / 10; ++y) {
-    for (int x = frame.chroma_width * left / 10; x < frame.chroma_width * right / 10; ++x, ++all) {
+  for (int y = frame.cb.height * top / 10; y < frame.cb.height * bottom / 10; ++y) {
+    for (int x = frame.cb.width * left / 10; x < frame.cb.width * right / 10; ++x, ++all) {
       count += counts(x, y);
     }
   }

@@ -20,12 +20,13 @@ namespace {
 // The layouts of vantro.h without row gaps.
 Bytes Pack(const PlanarFrame& frame, uint8_t code) {
   const bool interleaved = code == VANTRO_FORMAT_UYVY;
-  Bytes packed = interleaved ? Bytes() : frame.luma;
-  for (size_t i = 0; i < frame.cb.size(); ++i) {
-    const uint8_t cb = frame.cb[i];
-    const uint8_t cr = frame.cr[i];
+  const Bytes& luma = frame.luma.samples;
+  Bytes packed = interleaved ? Bytes() : luma;
+  for (size_t i = 0; i < frame.cb.samples.size(); ++i) {
+    const uint8_t cb = frame.cb.samples[i];
+    const uint8_t cr = frame.cr.samples[i];
     if (interleaved) {
-      packed.insert(packed.end(), {cb, frame.luma[2 * i], cr, frame.luma[2 * i + 1]});
+      packed.insert(packed.end(), {cb, luma[2 * i], cr, luma[2 * i + 1]});
     } else if (code == VANTRO_FORMAT_NV12) {
       packed.insert(packed.end(), {cb, cr});
     } else {
@@ -85,13 +86,11 @@ void ExpectSamples(
     const std::function<Place(int x, int y)>& origin = [](int x, int y) { return Place(x, y); }) {
   ASSERT_EQ(rendered.size(), source.size());
   const auto pixel = [](const PlanarFrame& frame, int x, int y) {
-    const auto chroma = static_cast<size_t>(y / 2 * frame.chroma_width + x / 2);
-    return std::tuple(frame.luma[static_cast<size_t>(y * frame.width + x)], frame.cb[chroma],
-                      frame.cr[chroma]);
+    return std::tuple(*frame.luma.at(x, y), *frame.cb.at(x / 2, y / 2), *frame.cr.at(x / 2, y / 2));
   };
   for (size_t i = 0; i < rendered.size(); ++i) {
-    for (int y = 0; y < rendered[i].height; ++y) {
-      for (int x = 0; x < rendered[i].width; ++x) {
+    for (int y = 0; y < rendered[i].luma.height; ++y) {
+      for (int x = 0; x < rendered[i].luma.width; ++x) {
         if (!kept(x, y)) continue;
         const auto [from_x, from_y] = origin(x, y);
         ASSERT_EQ(pixel(rendered[i], x, y), pixel(source[i], from_x, from_y))
@@ -148,15 +147,13 @@ TEST_F(VideoFrames, OutsideTheRectangleStayAsTheyAre) {
     const auto outside = [](int x, int y) { return x < 16 || x >= 48 || y < 8 || y >= 28; };
     for (const char* format : {"nv21", "nv12"}) {
       const auto rendered = Rendered("in.y4m", {"--rect", "17,9,30,18", "--format", format});
-      ASSERT_EQ(Place(rendered.at(4).width, rendered[4].height), Place(64, 48));
+      ASSERT_EQ(rendered.at(4).size(), Place(64, 48));
       EXPECT_EQ(said_.find("frame size 65x49 cropped to 64x48") != said_.npos, width == 65);
       ExpectSamples(rendered, frames, outside);
       int changed = 0;
-      for (size_t y = 8; y < 28; ++y) {
-        for (size_t x = 16; x < 48; ++x) {
-          changed +=
-              rendered[4].luma[y * 64 + x] != frames[4].luma[y * static_cast<size_t>(width) + x];
-        }
+      for (int i = 0; i < 32 * 20; ++i) {
+        const auto [x, y] = Place(16 + i % 32, 8 + i / 32);
+        changed += *rendered[4].luma.at(x, y) != *frames[4].luma.at(x, y);
       }
       EXPECT_GT(changed, 32 * 20 / 2);
     }
@@ -177,8 +174,7 @@ TEST_F(VideoFrames, AreTurnedUpright) {
     ASSERT_EQ(std::system((copy + Path("lying.mp4")).c_str()), 0);
     const auto rendered = Rendered("lying.mp4", {"--rect", "0,0,2,2"});
     const bool lying = degrees != 180;
-    ASSERT_EQ(Place(rendered.at(0).width, rendered[0].height),
-              lying ? Place(kHeight, kWidth) : Place(kWidth, kHeight));
+    ASSERT_EQ(rendered.at(0).size(), lying ? Place(kHeight, kWidth) : Place(kWidth, kHeight));
     ExpectSamples(rendered, frames, BeyondCorner, [&](int x, int y) {
       // The top left corner of a picture turned clockwise by 90 degrees is its old bottom left.
       return Place(degrees == 90 ? y : kWidth - 1 - (lying ? y : x),
@@ -190,16 +186,14 @@ TEST_F(VideoFrames, AreTurnedUpright) {
 // The fields of an interlaced video, here of two colours, do not run into each other where chroma
 // loses half of its rows, and the output says which comes first.
 TEST_F(VideoFrames, OfTwoFieldsKeepThemApart) {
-  PlanarFrame frame(64, 50, false);
-  std::ranges::fill(frame.luma, uint8_t{100});
-  for (size_t i = 0; i < frame.cb.size(); ++i) frame.cb[i] = i / 32 % 2 == 0 ? 60 : 200;
-  std::ranges::fill(frame.cr, uint8_t{90});
+  PlanarFrame frame(64, 50, false, {100, 60, 90});
+  for (int i = 0; i < 32 * 25; ++i) *frame.cb.at(i % 32, i / 32 * 2 + 1) = 200;
   const std::vector<PlanarFrame> frames(3, frame);
   // Below the rectangle, the chroma of fields stays on rows of its own.
   const auto expect_fields = [](const std::vector<PlanarFrame>& rendered, int error) {
-    ASSERT_EQ(rendered.at(2).height, 48);
-    for (size_t i = 64; i < rendered[2].cb.size(); ++i) {
-      ASSERT_NEAR(rendered[2].cb[i], i / 32 % 2 == 0 ? 60 : 200, error) << "sample " << i;
+    ASSERT_EQ(rendered.at(2).size(), Place(64, 48));
+    for (size_t i = 64; i < rendered[2].cb.samples.size(); ++i) {
+      ASSERT_NEAR(rendered[2].cb.samples[i], i / 32 % 2 == 0 ? 60 : 200, error) << "sample " << i;
     }
   };
   for (const char scan : {'t', 'b'}) {
@@ -219,10 +213,8 @@ TEST_F(VideoFrames, OfTwoFieldsKeepThemApart) {
 TEST_F(VideoFrames, StandOnTheContactSheetBeforeAndAfter) {
   std::vector<PlanarFrame> frames;
   for (int i = 0; i < 40; ++i) {
-    PlanarFrame& red = frames.emplace_back(64, 48, true);
-    std::ranges::fill(red.luma, static_cast<uint8_t>(70 + 3 * i));
-    std::ranges::fill(red.cb, uint8_t{110});
-    std::ranges::fill(red.cr, uint8_t{170});
+    const auto luma = static_cast<uint8_t>(70 + 3 * i);
+    frames.push_back(PlanarFrame(64, 48, true, {luma, 110, 170}));
   }
   WriteFile(Path("in.y4m"), RawVideo(frames));
   ExpectSuccess(Video({Path("in.y4m"), Path("out.mp4"), "--contact-sheet", Path("sheet.png")}));
