@@ -34,7 +34,6 @@ std::vector<uint8_t> Reduced(const Found& found, int width, int height) {
 }
 
 TEST(Engine, FindsPortraitsInEveryModeFormatSizeAndStride) {
-  const EngineLibrary library;
   for (const int32_t mode : {VANTRO_SEG_VIDEO, VANTRO_SEG_PHOTO}) {
     for (const auto& [name, width, height, padding] : {std::tuple{kPortraits[0], 512, 512, 0},
                                                        {kPortraits[1], 1920, 1920, 0},
@@ -42,7 +41,7 @@ TEST(Engine, FindsPortraitsInEveryModeFormatSizeAndStride) {
                                                        {kPortraits[1], 300, 300, 1},
                                                        {kPortraits[1], 3000, 3000, 72}}) {
       const Picture picture = Scale(LoadMedia(name), width, height);
-      LoadedEngine engine(library, mode);
+      LoadedEngine engine(mode);
       for (const int format : kFormats) {
         SCOPED_TRACE(testing::Message() << name << " " << width << ", format " << format);
         const std::vector<uint8_t> bytes = ToFrame(picture, format, width + padding);
@@ -81,8 +80,7 @@ TEST(Engine, SecondPassRefinesASmallPerson) {
           mask[static_cast<size_t>(row / 2 * 256 + column / 2)];
     }
   }
-  const EngineLibrary library;
-  LoadedEngine engine(library, VANTRO_SEG_PHOTO);
+  LoadedEngine engine(VANTRO_SEG_PHOTO);
   const auto share = [&](const std::vector<int32_t>& passes) {
     return Overlap(engine.See(wide, passes).OnFrame(1600, 900), reference);
   };
@@ -95,12 +93,11 @@ TEST(Engine, SecondPassRefinesASmallPerson) {
 }
 
 TEST(Engine, NobodyIsAnEmptyMaskAndTheWholeFrame) {
-  const EngineLibrary library;
   Picture slope(642, 481);
   for (size_t i = 0; i < slope.samples.size(); ++i)
     slope.samples[i] = static_cast<uint8_t>(i / 7000);
   for (const int32_t mode : {VANTRO_SEG_VIDEO, VANTRO_SEG_PHOTO}) {
-    LoadedEngine engine(library, mode);
+    LoadedEngine engine(mode);
     engine.See(LoadMedia(kPortraits[0]));  // somebody was there before
     for (const std::vector<int32_t>& passes :
          {std::vector<int32_t>{VANTRO_SEG_VIDEO}, {VANTRO_SEG_VIDEO, VANTRO_SEG_PHOTO}}) {
@@ -115,7 +112,7 @@ TEST(Engine, NobodyIsAnEmptyMaskAndTheWholeFrame) {
 
 TEST(Engine, RefusesBadArgumentsAndWritesNothing) {
   const EngineLibrary library;
-  LoadedEngine engine(library, VANTRO_SEG_VIDEO);
+  LoadedEngine engine(VANTRO_SEG_VIDEO);
   std::vector<uint8_t> frame(64 * 64 * 2);
   Found found;
   const auto refuses = [&](int format, int width, int height, int stride, int32_t mode) {
@@ -160,9 +157,8 @@ TEST(Engine, RefusesBadArgumentsAndWritesNothing) {
 }
 
 TEST(Engine, SeveralServeOnThreadsOfTheirOwn) {
-  const EngineLibrary library;
-  const auto watch = [&](const char* name, Found* found) {
-    LoadedEngine engine(library, VANTRO_SEG_VIDEO);
+  const auto watch = [](const char* name, Found* found) {
+    LoadedEngine engine(VANTRO_SEG_VIDEO);
     const Picture picture = LoadMedia(name);
     for (int i = 0; i < 3; ++i) *found = engine.See(picture);
   };

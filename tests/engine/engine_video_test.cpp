@@ -13,9 +13,8 @@ namespace {
 // One engine of each mode; that for photos takes every frame for itself.
 class EngineVideo : public testing::Test {
  protected:
-  const EngineLibrary library_;
-  LoadedEngine video_{library_, VANTRO_SEG_VIDEO};
-  LoadedEngine photo_{library_, VANTRO_SEG_PHOTO};
+  LoadedEngine video_{VANTRO_SEG_VIDEO};
+  LoadedEngine photo_{VANTRO_SEG_PHOTO};
 };
 
 TEST_F(EngineVideo, SteadiesANoisyStillScene) {
@@ -48,7 +47,7 @@ TEST_F(EngineVideo, FollowsACutAtOnce) {
   for (const Picture& after : {LoadMedia("grace_hopper_512x512.jpg"), Scale(before, 640, 512)}) {
     for (int frame = 0; frame < 5; ++frame) video_.See(before);
     const Found cut = video_.See(after);
-    const Found fresh = LoadedEngine(library_, VANTRO_SEG_VIDEO).See(after);
+    const Found fresh = LoadedEngine(VANTRO_SEG_VIDEO).See(after);
     EXPECT_EQ(cut.mask, fresh.mask);
     EXPECT_TRUE(SameBox(cut.box, fresh.box) && SameBox(cut.crop, fresh.crop));
   }

@@ -66,12 +66,12 @@ class EngineLibrary {
 
 class LoadedEngine {
  public:
-  LoadedEngine(const EngineLibrary& library, int32_t seg_mode) : library_(library) {
+  explicit LoadedEngine(int32_t seg_mode) {
     int32_t width = 0;
     int32_t height = 0;
     SegmentationInterface record{};
     const int32_t result =
-        library.create(&engine_, VANTRO_MODEL_DIR, &record, &width, &height, seg_mode);
+        library_.create(&engine_, VANTRO_MODEL_DIR, &record, &width, &height, seg_mode);
     if (result != 0) throw std::runtime_error("no engine: run scripts/fetch-model");
     EXPECT_EQ(width, 256);
     EXPECT_EQ(height, 256);
@@ -102,7 +102,7 @@ class LoadedEngine {
   }
 
  private:
-  const EngineLibrary& library_;
+  const EngineLibrary library_;
   void* engine_ = nullptr;
 };
 

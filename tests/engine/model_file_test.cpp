@@ -124,31 +124,32 @@ struct TinyModel {
 
   std::vector<uint8_t> Build() const {
     flatbuffers::FlatBufferBuilder b;
-    std::vector<flatbuffers::Offset<tflite::Tensor>> tensor_tables;
-    for (const TinyTensor& t : tensors) {
-      tensor_tables.push_back(tflite::CreateTensorDirect(b, &t.shape, t.type, t.buffer));
-    }
-    std::vector<flatbuffers::Offset<tflite::Operator>> operator_tables;
-    for (const TinyOperator& o : operators) {
+    const auto each = [](const auto& items, const auto& create) {
+      std::vector<decltype(create(items[0]))> tables;
+      for (const auto& item : items) tables.push_back(create(item));
+      return tables;
+    };
+    const auto tensor_tables = each(tensors, [&](const TinyTensor& t) {
+      return tflite::CreateTensorDirect(b, &t.shape, t.type, t.buffer);
+    });
+    const auto operator_tables = each(operators, [&](const TinyOperator& o) {
       const bool convolution = o.code == 1 && options;
       const auto value = tflite::CreateConv2DOptions(
                              b, static_cast<tflite::Padding>(padding), stride, stride,
                              static_cast<tflite::Activation>(activation), dilation, dilation)
                              .Union();
-      operator_tables.push_back(tflite::CreateOperatorDirect(
+      return tflite::CreateOperatorDirect(
           b, o.code, &o.inputs, &o.outputs,
           convolution ? tflite::BuiltinOptions_Conv2DOptions : tflite::BuiltinOptions_NONE,
-          convolution ? value : flatbuffers::Offset<void>()));
-    }
-    std::vector<flatbuffers::Offset<tflite::OperatorCode>> code_tables;
-    for (const int code : codes) {
-      code_tables.push_back(tflite::CreateOperatorCode(b, static_cast<int8_t>(code), 0, 1, code));
-    }
-    std::vector<flatbuffers::Offset<tflite::Buffer>> buffer_tables;
-    for (const size_t size : buffers) {
+          convolution ? value : flatbuffers::Offset<void>());
+    });
+    const auto code_tables = each(codes, [&](int code) {
+      return tflite::CreateOperatorCode(b, static_cast<int8_t>(code), 0, 1, code);
+    });
+    const auto buffer_tables = each(buffers, [&](size_t size) {
       const std::vector<uint8_t> data(size, fill);
-      buffer_tables.push_back(tflite::CreateBufferDirect(b, &data));
-    }
+      return tflite::CreateBufferDirect(b, &data);
+    });
     const std::vector graphs = {
         tflite::CreateSubGraphDirect(b, &tensor_tables, &inputs, &outputs, &operator_tables)};
     b.Finish(tflite::CreateModelDirect(b, version, &code_tables, &graphs, nullptr, &buffer_tables),
