@@ -52,13 +52,12 @@ TEST_F(PhotoBatch, RendersTheGoodOnesAmongTheBad) {
 TEST_F(PhotoBatch, NamesOutputsAfterInputs) {
   WriteTestPng(Path("a.PNG"), NoisePicture(20, 20, 1));
   WriteTestJpeg(Path("b.jpe"), NoisePicture(20, 20, 2));
-  WriteFile(Path("c.heic"), ReadFile(VANTRO_SAMPLE_HEIC));
   create_directory(Path("out"));
-  std::vector<std::string> arguments = {Path("a.PNG"), Path("b.jpe"), Path("c.heic"),
-                                        Path("out"),   "--mask-out",  Path("masks")};
+  std::vector<std::string> arguments = {Path("a.PNG"), Path("b.jpe"), Path("out"), "--mask-out",
+                                        Path("masks")};
   ExpectSuccess(Photo(arguments));
-  EXPECT_EQ(Files("out"), (std::vector<std::string>{"a.PNG", "b.jpe", "c.jpg"}));
-  EXPECT_EQ(Files("masks"), (std::vector<std::string>{"a.png", "b.png", "c.png"}));
+  EXPECT_EQ(Files("out"), (std::vector<std::string>{"a.PNG", "b.jpe"}));
+  EXPECT_EQ(Files("masks"), (std::vector<std::string>{"a.png", "b.png"}));
   // A mask is the engine's own: its size, its ellipse.
   const Picture mask = ReadPhoto(Path("masks/a.png"));
   ASSERT_EQ(mask.size(), std::pair(64, 48));
