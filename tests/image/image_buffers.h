@@ -18,8 +18,13 @@
 namespace vantro::test {
 
 using Bytes = std::vector<uint8_t>;
+using Floats = std::vector<float>;
 
 inline size_t Area(int64_t width, int64_t height) { return static_cast<size_t>(width * height); }
+// Where element (x, y) of a plane stands.
+inline size_t Index(int64_t x, int64_t y, int64_t pitch) {
+  return static_cast<size_t>(y * pitch + x);
+}
 
 class Random {
  public:
@@ -81,31 +86,15 @@ testing::AssertionResult SamePlanes(const std::vector<T>& actual, const std::vec
 }
 
 // Calls run(src, dst) at every vector level, on a destination of `before`.
-template <typename Run>
-void ExpectPlane(const Bytes& src, const Bytes& before, const Bytes& expected, int pitch,
-                 const Run& run) {
+template <typename T, typename Run>
+void ExpectPlane(const std::vector<T>& src, const std::vector<T>& before,
+                 const std::vector<T>& expected, int pitch, const Run& run) {
   AtEverySimdLevel([&] {
-    Guarded<uint8_t> from(src);
-    Guarded<uint8_t> to(before);
+    Guarded<T> from(src);
+    Guarded<T> to(before);
     run(from.get(), to.get());
     EXPECT_TRUE(SamePlanes(to.values(), expected, pitch));
   });
-}
-
-struct Sizes {
-  int src_width;
-  int src_height;
-  int src_stride;
-  int dst_width;
-  int dst_height;
-
-  size_t src_frame() const { return Area(src_stride, src_height + src_height / 2); }
-  size_t dst_frame() const { return Area(dst_width, dst_height + dst_height / 2); }
-};
-
-inline std::ostream& operator<<(std::ostream& out, const Sizes& s) {
-  return out << s.src_width << "/" << s.src_stride << "x" << s.src_height << " to " << s.dst_width
-             << "x" << s.dst_height;
 }
 
 }  // namespace vantro::test

@@ -4,7 +4,7 @@
 
 #include <climits>
 
-#include "tests/image/image_buffers.h"
+#include "tests/image/resize_reference.h"
 #include "tests/support/log_capture.h"
 #include "vantro/image.h"
 
@@ -13,8 +13,8 @@ namespace {
 
 // The operations by the order of their arguments.
 template <auto... operations>
-void Packed(auto* src, auto* dst, const Sizes& s) {
-  (operations(src, dst, s.src_width, s.src_height, s.dst_width, s.dst_height), ...);
+void Packed(auto* src, auto* dst, const Sizes& s, auto... more) {
+  (operations(src, dst, s.src_width, s.src_height, s.dst_width, s.dst_height, more...), ...);
 }
 template <auto... operations>
 void Strided(uint8_t* src, uint8_t* dst, const Sizes& s) {
@@ -33,7 +33,7 @@ void CallWithoutStride(uint8_t* src, uint8_t* dst, const Sizes& s) {
   auto* const floats = reinterpret_cast<float*>(src);
   auto* const out = reinterpret_cast<float*>(dst);
   Packed<Resize_secure, resizeFloat_Bilinear, resizeFloat_Nearest_2Ch>(floats, out, s);
-  resizeSpareDisparityNearest(floats, out, s.src_width, s.src_height, s.dst_width, s.dst_height, 0);
+  Packed<resizeSpareDisparityNearest>(floats, out, s, 0.0f);
 }
 
 void CallWithStride(uint8_t* src, uint8_t* dst, const Sizes& s) {
@@ -75,19 +75,19 @@ TEST(Refusals, WriteNothing) {
     call(with_src ? src.get() : nullptr, with_dst ? dst.get() : nullptr, s);
     EXPECT_EQ(dst.values(), Bytes(512, 7));
   };
-  // A picture for every operation.
+  // A picture for every operation, and what each group of them reads of it.
   const Sizes good = {8, 8, 8, 2, 2};
-  for (auto* call : {&CallWithoutStride, &CallWithStride, &CallWithoutTarget}) {
+  const auto width = &Sizes::src_width, height = &Sizes::src_height, stride = &Sizes::src_stride,
+             dst_width = &Sizes::dst_width, dst_height = &Sizes::dst_height;
+  const std::pair<decltype(&CallWithStride), std::vector<int Sizes::*>> kGroups[] = {
+      {&CallWithoutStride, {width, height, dst_width, dst_height}},
+      {&CallWithStride, {width, height, stride, dst_width, dst_height}},
+      {&CallWithoutTarget, {width, height, stride}}};
+  for (const auto& [call, fields] : kGroups) {
     expect(call, good, false, true);
     expect(call, good, true, false);
-    for (int bad : {0, -1, -4, INT_MIN}) {
-      for (int Sizes::*field : {&Sizes::src_width, &Sizes::src_height, &Sizes::src_stride,
-                                &Sizes::dst_width, &Sizes::dst_height}) {
-        const bool stride = field == &Sizes::src_stride;
-        const bool target = field == &Sizes::dst_width || field == &Sizes::dst_height;
-        if ((stride && call == &CallWithoutStride) || (target && call == &CallWithoutTarget)) {
-          continue;
-        }
+    for (int Sizes::*field : fields) {
+      for (int bad : {0, -1, -4, INT_MIN}) {
         Sizes s = good;
         s.*field = bad;
         expect(call, s);
