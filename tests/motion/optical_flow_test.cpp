@@ -246,8 +246,9 @@ TEST(CompareOpticalFlow, FindsNoAreaInBoxesThatHaveNone) {
   const Bytes first = Texture(40, 40, 0, 0), second = Texture(40, 40, 3, 1);
   for (const Box& box :
        {Box{0.5f, 0.1f, 0.5f, 0.9f}, Box{0.8f, 0.8f, 0.2f, 0.2f}, Box{0.8f, 0.1f, 0.2f, 0.9f},
-        Box{2, 2, 9, 9}, Box{-9, -9, -2, -2}, Box{kNan, 0, 1, 1}, Box{0, 0, 1, kNan},
-        Box{kInfinity, 0, kInfinity, 1}, Box{-kInfinity, -kInfinity, -kInfinity, -kInfinity}}) {
+        Box{2, 2, 9, 9}, Box{-9, -9, -2, -2}, Box{kNan, 0, 1, 1}, Box{0, kNan, 1, 1},
+        Box{0, 0, 1, kNan}, Box{kInfinity, 0, kInfinity, 1},
+        Box{-kInfinity, -kInfinity, -kInfinity, -kInfinity}}) {
     // A threshold that a mean of 0 passes shows that it is 0 and not NaN.
     for (const float threshold : {0.0f, -1.0f}) {
       EXPECT_EQ(Compare(first, second, 40, 40, 1e9f, threshold, box), threshold < 0 ? 1 : 0)

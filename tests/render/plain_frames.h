@@ -46,12 +46,14 @@ inline Rect_t RandomRect(Random& random, int stride, int height) {
 // Whether the pixel of a row and a column keeps its colour.
 using Keep = std::function<bool(int64_t, int64_t)>;
 
+inline bool Contains(const CROP_BOX& box, int64_t r, int64_t c) {
+  return r >= box.crop_top && r <= box.crop_bottom && c >= box.crop_left && c <= box.crop_right;
+}
+
 inline bool KeepNothing(int64_t, int64_t) { return false; }
 
 struct Picture {
-  int format;
-  int height;
-  int stride;
+  int format, height, stride;
   Bytes bytes;
 
   // Greys the rectangle; `pairs` neutralises whole chroma pairs, otherwise single bytes.
