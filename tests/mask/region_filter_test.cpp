@@ -17,18 +17,9 @@ namespace {
 
 using ::testing::ElementsAre;
 
-const LogLine kNoMemory{6, "QZA_MVANTRO", "result is malloc failed\n"};
-
-struct Context {
-  TrackingPool pool;
-  AlgoCxt algo{};
-  Context() { algo.pool = pool.get(); }
-};
-
 // A random mask and its regions.
 struct Regions {
-  int width;
-  int height;
+  int width, height;
   Bytes mask;
   std::vector<int> numbers;
   int count;
@@ -51,9 +42,21 @@ struct Regions {
   }
 };
 
-TEST(RegionFilter, ClearsRegionsBelowThePercentage) {
+// The context and the hooks point at a tracking pool.
+class RegionFilter : public testing::Test {
+ protected:
+  RegionFilter() {
+    algo_.pool = pool_.get();
+    fmalloc = pool_.get()->alloc;
+    ffree = pool_.get()->free;
+  }
+  ~RegionFilter() override { fmalloc = nullptr, ffree = nullptr; }
+  TrackingPool pool_;
+  AlgoCxt algo_{};
+};
+
+TEST_F(RegionFilter, ClearsRegionsBelowThePercentage) {
   Random random(11);
-  Context context;
   for (int i = 0; i < 150; ++i) {
     const Regions regions(random);
     const int percent = random.Int(0, 3) == 0 ? random.Int(-10, 120) : random.Int(0, 8);
@@ -61,57 +64,40 @@ TEST(RegionFilter, ClearsRegionsBelowThePercentage) {
     for (const int region : regions.numbers) ++area[static_cast<size_t>(region)];
     const int threshold = regions.width * regions.height * percent / 100;
     Bytes mask = regions.mask;
-    ASSERT_EQ(connectionFilter(&context.algo, mask.data(), regions.width, regions.height, percent),
-              0);
+    ASSERT_EQ(connectionFilter(&algo_, mask.data(), regions.width, regions.height, percent), 0);
     ASSERT_EQ(mask, regions.Filtered([&](size_t r) { return area[r] >= threshold; }));
+    ASSERT_THAT(pool_.events, ElementsAre("+result:" + std::to_string(4 * mask.size()), "-result"));
+    pool_.events.clear();
   }
 }
 
-TEST(RegionFilter, KeepsARegionOfExactlyTheThreshold) {
-  Context context;
+TEST_F(RegionFilter, KeepsARegionOfExactlyTheThreshold) {
   for (const int pixels : {4, 5}) {
     Bytes mask(100, 0);
     std::fill_n(mask.begin() + 20, pixels, uint8_t{1});
-    EXPECT_EQ(connectionFilter(&context.algo, mask.data(), 10, 10, 5), 0);
+    EXPECT_EQ(connectionFilter(&algo_, mask.data(), 10, 10, 5), 0);
     EXPECT_EQ(std::count(mask.begin(), mask.end(), 1), pixels == 5 ? 5 : 0);
   }
   // The product wraps in 32 bits: 100 * 42949673 is 4 more than 2^32.
   Bytes mask(100, 1);
   mask[0] = 0;
-  EXPECT_EQ(connectionFilter(&context.algo, mask.data(), 10, 10, 42949673), 0);
+  EXPECT_EQ(connectionFilter(&algo_, mask.data(), 10, 10, 42949673), 0);
   EXPECT_EQ(std::count(mask.begin(), mask.end(), 1), 99);
-  EXPECT_THAT(context.pool.events, testing::Each(testing::AnyOf("+result:400", "-result")));
 }
 
-TEST(RegionFilter, ReportsFailuresAndLeavesTheMask) {
-  Context context;
+TEST_F(RegionFilter, ReportsFailuresAndLeavesTheMask) {
   const Bytes mask = {1, 0, 1, 0, 1, 0, 1, 0};
   Bytes filtered = mask;
   LogCapture log;
-  EXPECT_EQ(connectionFilter(&context.algo, filtered.data(), 0, 8, 5), -2006);
-  EXPECT_EQ(connectionFilter(&context.algo, filtered.data(), 8, -1, 5), -2006);
+  EXPECT_EQ(connectionFilter(&algo_, filtered.data(), 0, 8, 5), -2006);
+  EXPECT_EQ(connectionFilter(&algo_, filtered.data(), 8, -1, 5), -2006);
   EXPECT_EQ(connectionFilter(nullptr, filtered.data(), 8, 1, 5), -2007);
-  EXPECT_EQ(context.pool.allocations(), 0);
+  EXPECT_EQ(pool_.allocations(), 0);
   EXPECT_TRUE(log.lines().empty());
-
-  context.pool.FailAt(0);
-  EXPECT_EQ(connectionFilter(&context.algo, filtered.data(), 8, 1, 50), 2000);
-  EXPECT_THAT(log.lines(), ElementsAre(kNoMemory));
   EXPECT_EQ(filtered, mask);
 }
 
-// The hooks point at a tracking pool.
-class GuidedRegionFilter : public testing::Test {
- protected:
-  GuidedRegionFilter() {
-    fmalloc = pool_.get()->alloc;
-    ffree = pool_.get()->free;
-  }
-  ~GuidedRegionFilter() override { fmalloc = nullptr, ffree = nullptr; }
-  TrackingPool pool_;
-};
-
-TEST_F(GuidedRegionFilter, KeepsRegionsThatTouchTheGuide) {
+TEST_F(RegionFilter, KeepsRegionsThatTouchTheGuide) {
   Random random(13);
   for (int i = 0; i < 100; ++i) {
     const Regions regions(random);
@@ -136,20 +122,23 @@ TEST_F(GuidedRegionFilter, KeepsRegionsThatTouchTheGuide) {
   }
 }
 
-TEST_F(GuidedRegionFilter, ReportsFailuresAndLeavesTheMask) {
+TEST_F(RegionFilter, GuidedReportsFailuresAndLeavesTheMask) {
   Bytes mask = {1, 0};
   Bytes guide = {0, 0};
-  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 0, 1), -2006);
-  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, -1), -2006);
+  const auto filter = [&](int width, int height) {
+    return connectionFilterGuide(nullptr, mask.data(), guide.data(), width, height);
+  };
+  EXPECT_EQ(filter(0, 1), -2006);
+  EXPECT_EQ(filter(2, -1), -2006);
   EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), nullptr, 2, 1), -2007);
   pool_.FailAt(0);
-  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
+  EXPECT_EQ(filter(2, 1), 2000);
   for (const int request : {1, 2}) {  // the table, the flags
     const FailingMalloc heap(request);
-    EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
+    EXPECT_EQ(filter(2, 1), 2000);
   }
   fmalloc = nullptr;
-  EXPECT_EQ(connectionFilterGuide(nullptr, mask.data(), guide.data(), 2, 1), 2000);
+  EXPECT_EQ(filter(2, 1), 2000);
   EXPECT_EQ(mask, (Bytes{1, 0}));
 }
 

@@ -1,3 +1,4 @@
+// The subject's region and its size, the mask utilities and the kind of subject.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,16 +11,6 @@
 namespace vantro::test {
 namespace {
 
-AlgoCxt ContextWithBuiltInTuning() {
-  AlgoCxt cxt{};
-  cxt.tuning.weight_scale = 0.8f;
-  std::fill_n(cxt.tuning.grid_weight, 9, 0.5f);
-  cxt.tuning.grid_weight[4] = 1.0f;
-  cxt.roi_state = 77;
-  cxt.subject_type = 78;
-  return cxt;
-}
-
 Vantro_t Frame(int width, int height, int crop_width, int crop_height) {
   Vantro_t frame{};
   frame.width = width;
@@ -29,15 +20,14 @@ Vantro_t Frame(int width, int height, int crop_width, int crop_height) {
 }
 
 struct Answer {
-  int result;
-  int flag;
-  int roi_state;
-  int subject_type;
+  int result, flag, roi_state, subject_type;
   bool operator==(const Answer&) const = default;
 };
 
 Answer Ask(Vantro_t frame, uint8_t* mask, int maskw, int maskh, float share = 0.005f) {
-  AlgoCxt cxt = ContextWithBuiltInTuning();
+  AlgoCxt cxt{};
+  cxt.roi_state = 77;
+  cxt.subject_type = 78;
   cxt.tuning.area_ratio = share;
   frame.mask = mask;
   frame.maskw = maskw;
@@ -140,9 +130,8 @@ TEST(MaskUtilities, AnswerForEmptyMasksAndLargeFrames) {
   int found = 9;
   EXPECT_EQ(CheckMask(mask.data(), 0, 4, &found), 0);
   EXPECT_EQ(found, 0);
-  int count = 9;
-  EXPECT_EQ(PreserveObjMask(mask.data(), 4, -1, 7, &count), 0);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(PreserveObjMask(mask.data(), 4, -1, 7, &found), 0);
+  EXPECT_EQ(found, 0);
   EXPECT_EQ(mask[1], 1);
   for (int code = 0; code < 256; ++code) {
     EXPECT_EQ(IsSupportType(static_cast<unsigned char>(code)), code == 1);
@@ -150,7 +139,8 @@ TEST(MaskUtilities, AnswerForEmptyMasksAndLargeFrames) {
 }
 
 TEST(SubjectType, IsAPersonUnlessAWeightIsNegative) {
-  AlgoCxt cxt = ContextWithBuiltInTuning();
+  AlgoCxt cxt{};
+  cxt.tuning.weight_scale = 0.8f;
   unsigned char type = 0;
   Bytes mask(7 * 5, 0);
   EXPECT_EQ(GetSubject(&cxt, mask.data(), 5, 7, &type), 0);
@@ -158,17 +148,14 @@ TEST(SubjectType, IsAPersonUnlessAWeightIsNegative) {
   EXPECT_EQ(GetSubject(nullptr, mask.data(), 5, 7, &type), -2007);
 
   // The cell of each pixel decides the sign of its weight: row 3*i/5, column 3*j/7.
-  for (int i = 0; i < 5; ++i) {
-    for (int j = 0; j < 7; ++j) {
-      std::fill(mask.begin(), mask.end(), uint8_t{2});
-      mask[static_cast<size_t>(i * 7 + j)] = 1;
-      for (int cell = 0; cell < 9; ++cell) {
-        std::fill_n(cxt.tuning.grid_weight, 9, 0.5f);
-        cxt.tuning.grid_weight[cell] = -0.5f;
-        type = 0;
-        GetSubject(&cxt, mask.data(), 5, 7, &type);
-        EXPECT_EQ(type, cell == 3 * i / 5 * 3 + 3 * j / 7 ? 2 : 1) << i << "," << j << " " << cell;
-      }
+  for (int at = 0; at < 7 * 5; ++at) {
+    std::fill(mask.begin(), mask.end(), uint8_t{2});
+    mask[static_cast<size_t>(at)] = 1;
+    for (int cell = 0; cell < 9; ++cell) {
+      std::fill_n(cxt.tuning.grid_weight, 9, 0.5f);
+      cxt.tuning.grid_weight[cell] = -0.5f;
+      GetSubject(&cxt, mask.data(), 5, 7, &type);
+      EXPECT_EQ(type, cell == 3 * (at / 7) / 5 * 3 + 3 * (at % 7) / 7 ? 2 : 1) << at << " " << cell;
     }
   }
 }
