@@ -26,22 +26,34 @@ Case::Case(uint32_t seed) : random_(seed) {
 Case::~Case() { PoolFree(context_, "init_cxt", 0); }
 
 // The standard distributions differ between libraries; the engine does not.
-int Case::Int(int low, int high) {
+int Case::Draw(int low, int high) {
   const uint32_t span = static_cast<uint32_t>(int64_t{high} - low + 1);
   return static_cast<int>(low + static_cast<int64_t>(span == 0 ? random_() : random_() % span));
 }
+
+int Case::Noted(int value) {
+  notes_ += std::to_string(value) + " ";
+  return value;
+}
+
+int Case::Int(int low, int high) { return Noted(Draw(low, high)); }
 
 float Case::Float(float low, float high) {
   return low + (high - low) * (static_cast<float>(random_() >> 8) / 16777216.0f);
 }
 
 int Case::Size(int least) {
-  const int kind = Int(0, 9);
-  const int size = kind < 5 ? Int(1, 40) : kind < 9 ? 16 * Int(1, 9) + Int(-1, 1) : Int(1, 300);
-  return std::max(size, least);
+  const int kind = Draw(0, 9);
+  const int size = kind < 5 ? Draw(1, 40) : kind < 9 ? 16 * Draw(1, 9) + Draw(-1, 1) : Draw(1, 300);
+  return Noted(std::max(size, least));
 }
 
-int Case::Pitch(int row) { return row + (OneIn(2) ? 0 : Int(1, 40)); }
+int Case::Pitch(int row) { return Noted(row + (OneIn(2) ? 0 : Draw(1, 40))); }
+
+Image Case::DrawImage() {
+  const int width = Size();
+  return {width, Int(1, 40)};
+}
 
 GuardedBuffer& Case::NewBuffer(int64_t bytes, bool output) {
   buffers_.push_back(std::make_unique<GuardedBuffer>(static_cast<size_t>(bytes)));
@@ -51,7 +63,7 @@ GuardedBuffer& Case::NewBuffer(int64_t bytes, bool output) {
   return buffer;
 }
 
-const uint8_t* Case::In(int64_t bytes) {
+uint8_t* Case::In(int64_t bytes) {
   GuardedBuffer& buffer = NewBuffer(bytes, false);
   buffer.set_read_only(true);
   return buffer.data();
@@ -98,7 +110,7 @@ float* Case::FloatsOut(int64_t count, float low, float high) {
 int32_t* Case::IntsOut(int64_t count, int32_t low, int32_t high) {
   auto* values =
       reinterpret_cast<int32_t*>(NewBuffer(count * int64_t{sizeof(int32_t)}, true).data());
-  for (int64_t i = 0; i < count; ++i) values[i] = Int(low, high);
+  for (int64_t i = 0; i < count; ++i) values[i] = Draw(low, high);
   return values;
 }
 

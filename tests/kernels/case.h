@@ -15,6 +15,11 @@
 
 namespace vantro::test {
 
+struct Image {
+  int width, height;
+  int64_t size() const { return int64_t{width} * height; }
+};
+
 // The same seed draws the same case on every machine. Buffers end at an inaccessible page, start at
 // whatever address that gives, and have guard bytes in front; inputs cannot be written.
 class Case {
@@ -26,14 +31,17 @@ class Case {
 
   int Int(int low, int high);  // both included
   float Float(float low, float high);
-  bool OneIn(int n) { return Int(1, n) == 1; }
+  bool OneIn(int n) { return Draw(1, n) == 1; }
   // A row length: mostly short, often one beside a multiple of 16, at most 300.
   int Size(int least = 1);
   // Bytes or elements from one row to the next: the row itself or somewhat more.
   int Pitch(int row);
 
+  // Of up to 40 rows.
+  Image DrawImage();
+
   // Random bytes; a mask has few values, with regions of some size.
-  const uint8_t* In(int64_t bytes);
+  uint8_t* In(int64_t bytes);  // not const: some operations take what they only read like that
   uint8_t* Out(int64_t bytes);
   uint8_t* Mask(int width, int height);
   // Random floats between the bounds, mostly with fractions.
@@ -54,18 +62,15 @@ class Case {
 
   // What the operation returned.
   void Result(int64_t value) { results_.push_back(value); }
-  // A parameter, for messages.
-  template <typename... Values>
-  void Note(const Values&... values) {
-    ((notes_ += std::to_string(values) + " "), ...);
-  }
-
+  // The sizes and parameters that were drawn, in order.
   const std::string& notes() const { return notes_; }
   // Everything that the operation could write, one entry a buffer, then the results.
   std::vector<std::vector<uint8_t>> Outcome() const;
   bool guards_intact() const;
 
  private:
+  int Draw(int low, int high);
+  int Noted(int value);
   GuardedBuffer& NewBuffer(int64_t bytes, bool output);
   uint8_t* Floats(int64_t count, float low, float high, bool output);
 

@@ -14,12 +14,8 @@ Frame DrawFrame(Case& c) {
   f.width = c.Size(2);
   f.height = c.Int(2, 9);
   f.stride = c.Pitch((f.width + 1) / 2 * 2);
-  c.Note(f.width, f.height, f.stride);
   return f;
 }
-
-// These take pointers to bytes that they only read.
-uint8_t* Source(Case& c, int64_t bytes) { return const_cast<uint8_t*>(c.In(bytes)); }
 
 }  // namespace
 
@@ -38,7 +34,7 @@ const std::vector<Operation> kColourOperations = {
      [](Case& c) {
        const Frame f = DrawFrame(c);
        // The V plane stands half a luma plane behind U, also where rows of pairs need less.
-       uint8_t* src = Source(c, int64_t{2} * f.width * f.height);
+       uint8_t* src = c.In(int64_t{2} * f.width * f.height);
        c.Result(YV16ToRGB(src, f.width, f.height, c.Out(int64_t{3} * f.width * f.height)));
      }},
     {"UYVYToRGB",
@@ -46,29 +42,28 @@ const std::vector<Operation> kColourOperations = {
        const Frame f = DrawFrame(c);
        const int begin = c.Int(0, f.height - 1);
        const int end = c.Int(begin, f.height);
-       c.Note(begin, end);
-       uint8_t* src = Source(c, Case::Packed(f.width, f.height, f.stride));
+       uint8_t* src = c.In(Case::Packed(f.width, f.height, f.stride));
        uint8_t* dst = c.Out(int64_t{3} * f.width * f.height);
        c.Result(UYVYToRGB(src, f.stride, f.width, begin, end, dst));
      }},
     {"RGBToUYVY",
      [](Case& c) {
        const Frame f = DrawFrame(c);
-       uint8_t* src = Source(c, int64_t{3} * f.width * f.height);
+       uint8_t* src = c.In(int64_t{3} * f.width * f.height);
        uint8_t* dst = c.Out(Case::Packed(f.width, f.height, f.stride));
        c.Result(RGBToUYVY(src, f.width, f.height, dst, f.stride));
      }},
     {"NV21ToRGB",
      [](Case& c) {
        const Frame f = DrawFrame(c);
-       uint8_t* src = Source(c, Case::SemiPlanar(f.width, f.height, f.stride));
+       uint8_t* src = c.In(Case::SemiPlanar(f.width, f.height, f.stride));
        uint8_t* dst = c.Out(int64_t{3} * f.width * f.height);
        c.Result(NV21ToRGB(src, f.stride, f.width, f.height, dst));
      }},
     {"RGBToNV21",
      [](Case& c) {
        const Frame f = DrawFrame(c);
-       uint8_t* src = Source(c, int64_t{3} * f.width * f.height);
+       uint8_t* src = c.In(int64_t{3} * f.width * f.height);
        uint8_t* dst = c.Out(Case::SemiPlanar(f.width, f.height, f.stride));
        c.Result(RGBToNV21(src, f.width, f.height, dst, f.stride));
      }},

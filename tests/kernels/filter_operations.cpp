@@ -17,7 +17,6 @@ Plane Draw(Case& c) {
   p.width = c.Size(3);
   p.height = c.Int(3, 40);
   p.stride = c.Pitch(p.width);
-  c.Note(p.width, p.height, p.stride);
   return p;
 }
 
@@ -28,9 +27,8 @@ const std::vector<Operation> kFilterOperations = {
      [](Case& c) {
        const Plane p = Draw(c);
        const auto radius =
-           static_cast<uint8_t>(c.Int(1, std::min(10, std::min(p.width, p.height) / 2)));
+           static_cast<uint8_t>(c.Int(1, std::min({10, p.width / 2, p.height / 2})));
        const float eps = c.Float(0.0001f, 0.1f);
-       c.Note(static_cast<int>(radius));
        const uint8_t* guide = c.In(p.size());
        const uint8_t* input = c.In(p.size());
        uint8_t* output = c.Out(p.size());
@@ -41,10 +39,9 @@ const std::vector<Operation> kFilterOperations = {
      [](Case& c) {
        const Plane p = Draw(c);
        const auto radius =
-           static_cast<uint8_t>(c.Int(1, std::min(10, std::min(p.width, p.height) / 2)));
+           static_cast<uint8_t>(c.Int(1, std::min({10, p.width / 2, p.height / 2})));
        const int eps = c.Int(1, 2000);
        const auto shift = static_cast<signed char>(c.Int(0, 12));
-       c.Note(static_cast<int>(radius), eps, static_cast<int>(shift));
        const uint8_t* guide = c.In(p.size());
        const auto* input = reinterpret_cast<const signed char*>(c.In(p.size()));
        auto* output = reinterpret_cast<signed char*>(c.Out(p.size()));
@@ -55,7 +52,6 @@ const std::vector<Operation> kFilterOperations = {
      [](Case& c) {
        const Plane p = Draw(c);
        const int radius = c.Int(0, 12);
-       c.Note(radius);
        const float* src = c.FloatsIn(p.size(), -500.0f, 500.0f);
        float* dst = c.FloatsOut(p.size(), 0.0f, 1.0f);
        c.Result(boxfilter_iter_f(nullptr, src, dst, p.width, p.height, p.stride, radius));
@@ -65,7 +61,6 @@ const std::vector<Operation> kFilterOperations = {
        const Plane p = Draw(c);
        const int radius = c.Int(1, 12);
        const float eps = c.Float(0.01f, 500.0f);
-       c.Note(radius);
        float* output = c.FloatsOut(p.size(), 0.0f, 1.0f);
        float* guide = c.FloatsOut(p.size(), 0.0f, 255.0f);
        const float* input = c.FloatsIn(p.size(), 0.0f, 255.0f);

@@ -5,70 +5,64 @@
 namespace vantro::test {
 namespace {
 
-struct Image {
-  int width, height;
-};
-
-Image Draw(Case& c) {
-  Image image = {};
-  image.width = c.Size();
-  image.height = c.Int(1, 40);
-  c.Note(image.width, image.height);
-  return image;
-}
-
 constexpr int kRegions = 9;
+
+// A mask, the numbers of its pixels, and a value for each number.
+struct Numbered {
+  Image image;
+  uint8_t* mask;
+  int32_t* numbers;
+  int32_t* values;
+
+  Numbered(Case& c, int highest)
+      : image(c.DrawImage()),
+        mask(c.Mask(image.width, image.height)),
+        numbers(c.IntsOut(image.size(), 0, kRegions - 1)),
+        values(c.IntsOut(kRegions, 0, highest)) {}
+};
 
 }  // namespace
 
 const std::vector<Operation> kMaskOperations = {
     {"connected",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        uint8_t* mask = c.Mask(image.width, image.height);
-       int32_t* labels = c.IntsOut(int64_t{image.width} * image.height, 0, 9);
+       int32_t* labels = c.IntsOut(image.size(), 0, 9);
        ConnectedComponentsLabeling labeller = {new LabelEntry[1](), 0, 1};
        c.Result(labeller.connected(mask, labels, image.width, image.height));
        delete[] labeller.table;
      }},
     {"connectionFilter",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        uint8_t* mask = c.Mask(image.width, image.height);
        c.Result(connectionFilter(c.context(), mask, image.width, image.height, c.Int(0, 30)));
      }},
     {"calArea",
      [](Case& c) {
-       const Image image = Draw(c);
-       int32_t* labels = c.IntsOut(int64_t{image.width} * image.height, 0, kRegions - 1);
-       c.Result(calArea(labels, image.width, image.height, kRegions, c.IntsOut(kRegions, 0, 5)));
+       const Numbered n(c, 5);
+       c.Result(calArea(n.numbers, n.image.width, n.image.height, kRegions, n.values));
      }},
     {"getMask",
      [](Case& c) {
-       const Image image = Draw(c);
-       uint8_t* mask = c.Mask(image.width, image.height);
-       int32_t* labels = c.IntsOut(int64_t{image.width} * image.height, 0, kRegions - 1);
-       int32_t* area = c.IntsOut(kRegions, 0, 100);
-       c.Result(getMask(mask, labels, image.width, image.height, kRegions, area, c.Int(0, 100)));
+       const Numbered n(c, 100);
+       c.Result(getMask(n.mask, n.numbers, n.image.width, n.image.height, kRegions, n.values,
+                        c.Int(0, 100)));
      }},
     {"JudgeArea",
      [](Case& c) {
-       const Image image = Draw(c);
-       uint8_t* guide = c.Mask(image.width, image.height);
-       int32_t* labels = c.IntsOut(int64_t{image.width} * image.height, 0, kRegions - 1);
-       int32_t* flags = c.IntsOut(kRegions, 0, 1);
-       c.Result(JudgeArea(labels, guide, image.width, image.height, kRegions, flags));
+       const Numbered n(c, 1);
+       c.Result(JudgeArea(n.numbers, n.mask, n.image.width, n.image.height, kRegions, n.values));
      }},
     {"getMaskbyBase",
      [](Case& c) {
-       const Image image = Draw(c);
-       uint8_t* mask = c.Mask(image.width, image.height);
-       int32_t* labels = c.IntsOut(int64_t{image.width} * image.height, 0, kRegions - 1);
-       c.Result(getMaskbyBase(mask, labels, image.width, image.height, c.IntsOut(kRegions, 0, 1)));
+       const Numbered n(c, 1);
+       c.Result(getMaskbyBase(n.mask, n.numbers, n.image.width, n.image.height, n.values));
      }},
     {"GetROI",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        Vantro_t record = {};
        record.mask = c.Mask(image.width, image.height);
        record.maskw = image.width;
@@ -82,7 +76,7 @@ const std::vector<Operation> kMaskOperations = {
      }},
     {"CheckMask",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        uint8_t* mask = c.Mask(image.width, image.height);
        int found = -1;
        c.Result(CheckMask(mask, image.width, image.height, &found));
@@ -90,7 +84,7 @@ const std::vector<Operation> kMaskOperations = {
      }},
     {"PreserveObjMask",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        uint8_t* mask = c.Mask(image.width, image.height);
        int count = -1;
        c.Result(PreserveObjMask(mask, image.width, image.height, 1, &count));
@@ -98,7 +92,7 @@ const std::vector<Operation> kMaskOperations = {
      }},
     {"ComputeMaskArea",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        uint8_t* mask = c.Mask(image.width, image.height);
        const int frame_width = c.Int(1, 4000);  // drawn in an order that no compiler chooses
        const int frame_height = c.Int(1, 3000);

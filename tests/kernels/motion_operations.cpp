@@ -8,22 +8,9 @@
 namespace vantro::test {
 namespace {
 
-struct Image {
-  int width, height;
-  int64_t size() const { return int64_t{width} * height; }
-};
-
-Image Draw(Case& c) {
-  Image image = {};
-  image.width = c.Size();
-  image.height = c.Int(1, 40);
-  c.Note(image.width, image.height);
-  return image;
-}
-
 template <auto kBlur, int kLength>
 void Member(Case& c) {
-  const Image image = Draw(c);
+  const Image image = c.DrawImage();
   const int src_stride = c.Pitch(image.width);
   const int dst_stride = c.Pitch(image.width);
   std::array<unsigned short, 13> weights{};
@@ -37,7 +24,6 @@ void Member(Case& c) {
   }
   weights[kLength / 2] = static_cast<unsigned short>(sums_to_256 ? rest : c.Int(0, 300));
   for (size_t i = 0; i < kLength / 2; ++i) weights[kLength - 1 - i] = weights[i];
-  c.Note(src_stride, dst_stride, static_cast<int>(sums_to_256));
   const uint8_t* src = c.In(Case::Plane(image.width, image.height, src_stride));
   uint8_t* dst = c.Out(Case::Plane(image.width, image.height, dst_stride));
   c.Result(kBlur(src, dst, image.width, image.height, src_stride, dst_stride, weights.data()));
@@ -48,10 +34,9 @@ void Member(Case& c) {
 const std::vector<Operation> kMotionOperations = {
     {"opticalFKPolyExp",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        const int n = c.Int(1, 9);
        const double sigma = n == 7 ? 1.5 : 0.3 * n;
-       c.Note(n);
        const float* src = c.FloatsIn(image.size(), 0.0f, 255.0f);
        float* dst = c.FloatsOut(5 * image.size(), 0.0f, 1.0f);
        float* kernel = c.FloatsOut(3 * (2 * n + 1), 0.0f, 1.0f);
@@ -60,20 +45,19 @@ const std::vector<Operation> kMotionOperations = {
      }},
     {"opticalFKUpdateMatrices",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        const float* r0 = c.FloatsIn(5 * image.size(), -20.0f, 20.0f);
        const float* r1 = c.FloatsIn(5 * image.size(), -20.0f, 20.0f);
        const float* flow = c.FloatsIn(2 * image.size(), -30.0f, 30.0f);
        float* matrices = c.FloatsOut(5 * image.size(), 0.0f, 1.0f);
        const int first = c.Int(0, image.height - 1);
        const int end = c.Int(first, image.height);
-       c.Note(first, end);
        c.Result(
            opticalFKUpdateMatrices(r0, r1, flow, image.width, image.height, matrices, first, end));
      }},
     {"opticalFK_Blur",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        const float* r0 = c.FloatsIn(5 * image.size(), -20.0f, 20.0f);
        const float* r1 = c.FloatsIn(5 * image.size(), -20.0f, 20.0f);
        float* flow = c.FloatsOut(2 * image.size(), -3.0f, 3.0f);
@@ -81,27 +65,26 @@ const std::vector<Operation> kMotionOperations = {
        float* matrices = c.FloatsOut(5 * image.size(), -50.0f, 50.0f);
        const int block = c.Int(1, 25);
        const bool refresh = c.OneIn(2);
-       c.Note(block, static_cast<int>(refresh));
        c.Result(
            opticalFK_Blur(r0, r1, flow, row, image.width, image.height, matrices, block, refresh));
      }},
     {"__pointMulit",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        float* values = c.FloatsOut(2 * image.size(), -9.0f, 9.0f);
        __pointMulit(values, c.Float(0.1f, 3.0f), image.width, image.height);
      }},
     {"__convertToFloat",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        const uint8_t* src = c.In(image.size());
        __convertToFloat(src, c.FloatsOut(image.size(), 0.0f, 1.0f), image.width, image.height);
      }},
     {"CompareOpticalFlow",
      [](Case& c) {
-       const Image image = Draw(c);
-       auto* first = const_cast<uint8_t*>(c.In(image.size()));
-       auto* second = const_cast<uint8_t*>(c.In(image.size()));
+       const Image image = c.DrawImage();
+       auto* first = c.In(image.size());
+       auto* second = c.In(image.size());
        const float global = c.Float(0.0f, 3.0f) * static_cast<float>(image.size());
        const float local = c.Float(0.0f, 3.0f);
        c.Result(CompareOpticalFlow(first, second, global, image.width, image.height, local, 0.25f,
@@ -111,9 +94,8 @@ const std::vector<Operation> kMotionOperations = {
      [](Case& c) {
        const int width = c.Int(32, 110);
        const int height = c.Int(32, 80);
-       c.Note(width, height);
-       auto* first = const_cast<uint8_t*>(c.In(int64_t{width} * height));
-       auto* second = const_cast<uint8_t*>(c.In(int64_t{width} * height));
+       auto* first = c.In(int64_t{width} * height);
+       auto* second = c.In(int64_t{width} * height);
        ME_Handler* handle = nullptr;
        c.Result(opticalFlow_Init(&handle, c.Int(0, 2), 0.5f, width, height));
        if (handle == nullptr) return;
@@ -130,12 +112,11 @@ const std::vector<Operation> kMotionOperations = {
      }},
     {"gaussian_blur",
      [](Case& c) {
-       const Image image = Draw(c);
+       const Image image = c.DrawImage();
        const int src_stride = c.Pitch(image.width);
        const int dst_stride = c.Pitch(image.width);
        const int length = 2 * c.Int(1, 6) + 1;
        const float sigma = c.OneIn(3) ? 0.0f : c.Float(0.3f, 4.0f);
-       c.Note(src_stride, dst_stride, length);
        const uint8_t* src = c.In(Case::Plane(image.width, image.height, src_stride));
        uint8_t* dst = c.Out(Case::Plane(image.width, image.height, dst_stride));
        c.Result(gaussian_blur(src, dst, image.width, image.height, src_stride, dst_stride, length,
@@ -157,12 +138,11 @@ const std::vector<Operation> kMotionOperations = {
        record.frameIdx = c.Int(1, 50);
        record.mask_width = c.Int(1, 40);
        record.mask_height = c.Int(1, 30);
-       c.Note(static_cast<int>(record.yuv_format), record.width, record.height, record.stride);
        const int64_t bytes = record.yuv_format == VANTRO_FORMAT_UYVY
                                  ? Case::Packed(record.width, record.height, record.stride)
                                  : Case::SemiPlanar(record.width, record.height, record.stride);
-       record.yuv = const_cast<uint8_t*>(c.In(bytes));
-       record.last_yuv = const_cast<uint8_t*>(c.In(bytes));
+       record.yuv = c.In(bytes);
+       record.last_yuv = c.In(bytes);
        record.mask = c.Mask(record.mask_width, record.mask_height);
        record.flash_flag = c.IntsOut(10, 0, 1);
        record.move_flag = c.IntsOut(10, -1, 1);

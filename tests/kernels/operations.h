@@ -25,7 +25,14 @@ extern const std::vector<Operation> kRenderOperations;
 extern const std::vector<Operation> kMotionOperations;
 extern const std::vector<Operation> kMaskOperations;
 
-std::vector<Operation> AllOperations();
+inline std::vector<Operation> AllOperations() {
+  std::vector<Operation> all;
+  for (const auto* family : {&kColourOperations, &kResizeOperations, &kFilterOperations,
+                             &kRenderOperations, &kMotionOperations, &kMaskOperations}) {
+    all.insert(all.end(), family->begin(), family->end());
+  }
+  return all;
+}
 
 }  // namespace vantro::test
 

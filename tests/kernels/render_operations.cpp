@@ -24,8 +24,6 @@ Vantro_t DrawRecord(Case& c) {
     record.rect.x -= record.rect.x % 2;
     record.rect.width += record.rect.width % 2;
   }
-  c.Note(static_cast<int>(record.yuv_format), record.width, record.height, record.stride,
-         record.rect.x, record.rect.y, record.rect.width, record.rect.height);
   return record;
 }
 
@@ -41,14 +39,12 @@ void DrawBox(Case& c, Vantro_t& record) {
   box.crop_top = c.Int(0, record.height - 1);
   box.crop_right = c.Int(box.crop_left, record.width - 1);
   box.crop_bottom = c.Int(box.crop_top, record.height - 1);
-  c.Note(box.crop_left, box.crop_top, box.crop_right, box.crop_bottom);
 }
 
 // A mask that is much smaller than the frame, so that every way to stretch it comes up.
 void DrawMask(Case& c, Vantro_t& record) {
   record.maskw = c.OneIn(2) ? c.Int(1, 12) : c.Size();
   record.maskh = c.OneIn(2) ? c.Int(1, 3) : c.Int(1, 40);
-  c.Note(record.maskw, record.maskh);
   record.mask = c.Mask(record.maskw, record.maskh);
 }
 
@@ -62,7 +58,6 @@ Enlarging DrawEnlarging(Case& c, int factor) {
   e.height = c.Int(1, 12);
   e.src_stride = c.Pitch(e.width);
   e.dst_stride = c.Pitch(factor * e.width);
-  c.Note(e.width, e.height, e.src_stride, e.dst_stride);
   return e;
 }
 
@@ -73,7 +68,7 @@ void FixedFactor(Case& c) {
   e.width *= kDown;
   e.height *= kDown;
   e.src_stride = c.Pitch(e.width);
-  uint8_t* src = const_cast<uint8_t*>(c.In(Case::Plane(e.width, e.height, e.src_stride)));
+  uint8_t* src = c.In(Case::Plane(e.width, e.height, e.src_stride));
   const int width = e.width * kUp / kDown;
   const int height = e.height * kUp / kDown;
   e.dst_stride = c.Pitch(width);
@@ -102,7 +97,6 @@ void RowRange(Case& c) {
   const int dst_stride = c.Pitch(dst_w);
   const int begin = c.Int(0, dst_h - 1);
   const int end = c.Int(begin, dst_h);
-  c.Note(src_w, src_h, src_stride, dst_w, dst_h, dst_stride, begin, end);
   const uint8_t* src = c.In(Case::Plane(src_w, src_h, src_stride));
   uint8_t* dst = c.Out(Case::Plane(dst_w, dst_h, dst_stride));
   kResize(dst, src, dst_w, dst_h, dst_stride, src_w, src_h, src_stride, begin, end);
@@ -115,7 +109,6 @@ void Morphology(Case& c) {
   const int width = c.Size();
   const int height = c.Int(1, 40);
   const int radius = c.Int(0, 6);
-  c.Note(width, height, radius);
   kMorph(c.Mask(width, height), width, height, radius);
 }
 
@@ -169,7 +162,6 @@ const std::vector<Operation> kRenderOperations = {
        const int rows = c.Int(1, 20);
        const int columns = c.Size();
        const int pitch = c.Pitch(columns);
-       c.Note(rows, columns, pitch);
        uint8_t* src = c.Mask(columns, rows);
        preProcessMask(c.Out(Case::Plane(columns, rows, pitch)), src, rows, columns, pitch);
      }},
@@ -178,15 +170,15 @@ const std::vector<Operation> kRenderOperations = {
     {"upScale4x4",
      [](Case& c) {
        const Enlarging e = DrawEnlarging(c, 4);
-       auto* src = const_cast<uint8_t*>(c.In(Case::Plane(e.width, e.height, e.src_stride)));
+       auto* src = c.In(Case::Plane(e.width, e.height, e.src_stride));
        uint8_t* dst = c.Out(Case::Plane(4 * e.width, 4 * e.height, e.dst_stride));
        upScale4x4(dst, src, e.width, e.height, e.dst_stride, e.src_stride);
      }},
     {"upScale4x4BorderRows",
      [](Case& c) {
        const Enlarging e = DrawEnlarging(c, 4);
-       auto* upper = const_cast<uint8_t*>(c.In(e.width));
-       auto* lower = const_cast<uint8_t*>(c.In(e.width));
+       auto* upper = c.In(e.width);
+       auto* lower = c.In(e.width);
        uint8_t* first = c.Out(4 * e.width);
        uint8_t* second = c.Out(4 * e.width);
        const int weight = c.Int(0, 8);
@@ -198,8 +190,7 @@ const std::vector<Operation> kRenderOperations = {
        const int dst_w = c.Size();
        const int dst_h = c.Int(1, 40);
        const int pitch = c.Pitch(dst_w);
-       c.Note(dst_w, dst_h, pitch);
-       auto* src = const_cast<uint8_t*>(c.In(Case::Plane(e.width, e.height, e.src_stride)));
+       auto* src = c.In(Case::Plane(e.width, e.height, e.src_stride));
        uint8_t* dst = c.Out(Case::Plane(dst_w, dst_h, pitch));
        up_scale_context(src, e.width, e.height, e.src_stride, dst, dst_w, dst_h, pitch);
      }},

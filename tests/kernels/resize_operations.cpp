@@ -21,28 +21,12 @@ Sizes Draw(Case& c, int least = 1) {
   s.src_h = c.Int(least, 24);
   s.dst_w = c.Size(least);
   s.dst_h = c.Int(least, 24);
-  switch (c.Int(0, 5)) {
-    case 0:
-      s.src_w = 2 * s.dst_w;
-      s.src_h = 2 * s.dst_h;
-      break;
-    case 1:
-      s.dst_w = 2 * s.src_w;
-      s.dst_h = 2 * s.src_h;
-      break;
-    case 2:
-      s.dst_w = 4 * s.src_w;
-      s.dst_h = 4 * s.src_h;
-      break;
-    case 3:
-      s.src_w = s.dst_w;
-      s.src_h = s.dst_h;
-      break;
-    default:
-      break;
-  }
+  const int ratio = c.Int(0, 5);
+  if (ratio == 0) s.src_w = 2 * s.dst_w, s.src_h = 2 * s.dst_h;
+  if (ratio == 1) s.dst_w = 2 * s.src_w, s.dst_h = 2 * s.src_h;
+  if (ratio == 2) s.dst_w = 4 * s.src_w, s.dst_h = 4 * s.src_h;
+  if (ratio == 3) s.src_w = s.dst_w, s.src_h = s.dst_h;
   s.src_stride = c.Pitch((s.src_w + 1) / 2 * 2);
-  c.Note(s.src_w, s.src_h, s.src_stride, s.dst_w, s.dst_h);
   return s;
 }
 
@@ -53,19 +37,23 @@ void PackedChannel(Case& c) {
   kResize(src, c.Out(s.dst()), s.src_w, s.src_h, s.dst_w, s.dst_h);
 }
 
-// Whole semi-planar frames with the source's stride behind its height (1) or its width (2).
-template <auto kResize>
-void FrameHeightFirst(Case& c) {
+// Whole semi-planar frames with the source's stride behind its height, or behind its width.
+template <auto kResize, bool kStrideFirst = false>
+void Frame(Case& c) {
   const Sizes s = Draw(c, 2);
   const uint8_t* src = c.In(s.src_frame());
-  kResize(src, c.Out(s.dst_frame()), s.src_w, s.src_h, s.src_stride, s.dst_w, s.dst_h);
+  kResize(src, c.Out(s.dst_frame()), s.src_w, kStrideFirst ? s.src_stride : s.src_h,
+          kStrideFirst ? s.src_h : s.src_stride, s.dst_w, s.dst_h);
 }
 
-template <auto kResize>
-void FrameStrideFirst(Case& c) {
-  const Sizes s = Draw(c, 2);
-  const uint8_t* src = c.In(s.src_frame());
-  kResize(src, c.Out(s.dst_frame()), s.src_w, s.src_stride, s.src_h, s.dst_w, s.dst_h);
+// One of some channels, to a channel of as many or to a plane.
+template <auto kResize, bool kToPlane>
+void Channel(Case& c) {
+  const Sizes s = Draw(c);
+  const int step = c.Int(1, 4), dst_step = kToPlane ? 1 : step;
+  const uint8_t* src = c.In(Case::Plane((s.src_w - 1) * step + 1, s.src_h, step * s.src_stride));
+  uint8_t* dst = c.Out(Case::Plane((s.dst_w - 1) * dst_step + 1, s.dst_h, dst_step * s.dst_w));
+  kResize(src, dst, s.src_w, s.src_stride, s.src_h, s.dst_w, s.dst_h, step);
 }
 
 template <auto kResize>
@@ -83,12 +71,20 @@ void RotatedFrame(Case& c) {
   kResize(src, c.Out(3 * s.dst()), s.src_w, s.src_h, s.src_stride, s.dst_w, s.dst_h);
 }
 
-template <auto kResize>
-void Floats(Case& c, int channels) {
+template <auto kResize, int kChannels>
+void Floats(Case& c) {
   const Sizes s = Draw(c);
-  const float* src = c.FloatsIn(channels * s.src(), -300.0f, 300.0f);
-  float* dst = c.FloatsOut(channels * s.dst(), 0.0f, 1.0f);
+  const float* src = c.FloatsIn(kChannels * s.src(), -300.0f, 300.0f);
+  float* dst = c.FloatsOut(kChannels * s.dst(), 0.0f, 1.0f);
   kResize(src, dst, s.src_w, s.src_h, s.dst_w, s.dst_h);
+}
+
+// Three bytes a pixel; of single channels the last two bytes are not there.
+template <auto kResize, int kMissing>
+void Colours(Case& c) {
+  const Sizes s = Draw(c);
+  const uint8_t* src = c.In(3 * s.src() - kMissing);
+  kResize(src, c.Out(3 * s.dst() - kMissing), s.src_w, s.src_h, s.dst_w, s.dst_h);
 }
 
 constexpr auto kResizeUchar =
@@ -100,26 +96,8 @@ const std::vector<Operation> kResizeOperations = {
     {"ResizeUchar", PackedChannel<kResizeUchar>},
     {"ResizeUchar_C", PackedChannel<&vantro_c::ResizeUchar>},
     {"ResizeUchar_upScale2x2", PackedChannel<&ResizeUchar_upScale2x2>},
-    {"ResizeUcharChl",
-     [](Case& c) {
-       const Sizes s = Draw(c);
-       const int step = c.Int(1, 4);
-       c.Note(step);
-       const uint8_t* src =
-           c.In(Case::Plane((s.src_w - 1) * step + 1, s.src_h, step * s.src_stride));
-       uint8_t* dst = c.Out(Case::Plane((s.dst_w - 1) * step + 1, s.dst_h, step * s.dst_w));
-       ResizeUcharChl(src, dst, s.src_w, s.src_stride, s.src_h, s.dst_w, s.dst_h, step);
-     }},
-    {"ResizeUYVYtoYChl",
-     [](Case& c) {
-       const Sizes s = Draw(c);
-       const int step = c.Int(1, 4);
-       c.Note(step);
-       const uint8_t* src =
-           c.In(Case::Plane((s.src_w - 1) * step + 1, s.src_h, step * s.src_stride));
-       uint8_t* dst = c.Out(s.dst());
-       ResizeUYVYtoYChl(src, dst, s.src_w, s.src_stride, s.src_h, s.dst_w, s.dst_h, step);
-     }},
+    {"ResizeUcharChl", Channel<&ResizeUcharChl, false>},
+    {"ResizeUYVYtoYChl", Channel<&ResizeUYVYtoYChl, true>},
     {"ResizeUYVYtoY",
      [](Case& c) {
        const Sizes s = Draw(c);
@@ -132,8 +110,8 @@ const std::vector<Operation> kResizeOperations = {
        const uint8_t* src = c.In(s.src_frame());
        ResizeNV12toY(src, c.Out(s.dst()), s.src_w, s.src_stride, s.src_h, s.dst_w, s.dst_h);
      }},
-    {"ResizeUcharNV21", FrameStrideFirst<&ResizeUcharNV21>},
-    {"ResizeUcharNV12", FrameStrideFirst<&ResizeUcharNV12>},
+    {"ResizeUcharNV21", Frame<&ResizeUcharNV21, true>},
+    {"ResizeUcharNV12", Frame<&ResizeUcharNV12, true>},
     {"ResizeUcharUYVY",
      [](Case& c) {
        const Sizes s = Draw(c, 2);
@@ -148,7 +126,6 @@ const std::vector<Operation> kResizeOperations = {
        s.src_h = 2 * s.dst_h;
        s.src_stride = c.Pitch(s.src_w);
        const int dst_stride = c.Pitch(s.dst_w);
-       c.Note(s.src_stride, dst_stride);
        const uint8_t* src = c.In(s.src_frame());
        uint8_t* dst = c.Out(Case::SemiPlanar(s.dst_w, s.dst_h, dst_stride));
        ResizeUcharHalfSemiPlanar(src, dst, s.src_w, s.src_h, s.dst_w, s.dst_h, s.src_stride,
@@ -163,8 +140,8 @@ const std::vector<Operation> kResizeOperations = {
      }},
     {"resize", Plane<&resize>},
     {"resizeYInteger", Plane<&resizeYInteger>},
-    {"resizeNV21", FrameHeightFirst<&resizeNV21>},
-    {"resizeNV21Integer", FrameHeightFirst<&resizeNV21Integer>},
+    {"resizeNV21", Frame<&resizeNV21>},
+    {"resizeNV21Integer", Frame<&resizeNV21Integer>},
     {"resizeY16X",
      [](Case& c) {
        Sizes s = Draw(c);
@@ -172,7 +149,6 @@ const std::vector<Operation> kResizeOperations = {
        s.src_h = 4 * s.dst_h + c.Int(0, 3);
        s.src_stride = c.Pitch(s.src_w);
        const int pitch = c.Pitch(s.dst_w);
-       c.Note(s.src_w, s.src_h, s.src_stride, pitch);
        const uint8_t* src = c.In(s.src_plane());
        uint8_t* dst = c.Out(int64_t{pitch} * s.dst_h);
        resizeY16X(src, s.src_w, s.src_h, s.src_stride, dst, s.dst_w, s.dst_h, pitch);
@@ -186,7 +162,6 @@ const std::vector<Operation> kResizeOperations = {
        s.src_h = 4 * s.dst_h;
        s.src_stride = c.Pitch(s.src_w);
        const int pitch = c.Pitch(s.dst_w);
-       c.Note(s.src_w, s.src_h, s.src_stride, pitch);
        const uint8_t* src = c.In(s.src_frame());
        uint8_t* dst = c.Out(int64_t{pitch} * s.dst_h + s.dst() / 2);
        resizeNV1216X(src, s.src_w, s.src_h, s.src_stride, dst, s.dst_w, s.dst_h, pitch);
@@ -197,7 +172,6 @@ const std::vector<Operation> kResizeOperations = {
      [](Case& c) {
        const Sizes s = Draw(c);
        const int pitch = c.Pitch(s.dst_h);
-       c.Note(pitch);
        const uint8_t* src = c.In(s.src_plane());
        uint8_t* dst = c.Out(Case::Plane(s.dst_h, s.dst_h, pitch));
        resizeYrotateMinus90_Multi(src, dst, s.src_w, s.src_h, s.src_stride, pitch, s.dst_h);
@@ -205,9 +179,9 @@ const std::vector<Operation> kResizeOperations = {
     {"resizeNV21RotateMinus90", RotatedFrame<&resizeNV21RotateMinus90>},
     {"resizeNV21RotateMinus90_X", RotatedFrame<&resizeNV21RotateMinus90_X>},
     {"resizeNV21RotateMinus90Integer", RotatedFrame<&resizeNV21RotateMinus90Integer>},
-    {"Resize_secure", [](Case& c) { Floats<&Resize_secure>(c, 1); }},
-    {"resizeFloat_Bilinear", [](Case& c) { Floats<&resizeFloat_Bilinear>(c, 1); }},
-    {"resizeFloat_Nearest_2Ch", [](Case& c) { Floats<&resizeFloat_Nearest_2Ch>(c, 2); }},
+    {"Resize_secure", Floats<&Resize_secure, 1>},
+    {"resizeFloat_Bilinear", Floats<&resizeFloat_Bilinear, 1>},
+    {"resizeFloat_Nearest_2Ch", Floats<&resizeFloat_Nearest_2Ch, 2>},
     {"resizeSpareDisparityNearest",
      [](Case& c) {
        const Sizes s = Draw(c);
@@ -216,18 +190,8 @@ const std::vector<Operation> kResizeOperations = {
        resizeSpareDisparityNearest(src, dst, s.src_w, s.src_h, s.dst_w, s.dst_h,
                                    c.Float(-1.0f, 20.0f));
      }},
-    {"resizeUcharRGB",
-     [](Case& c) {
-       const Sizes s = Draw(c);
-       const uint8_t* src = c.In(3 * s.src());
-       resizeUcharRGB(src, c.Out(3 * s.dst()), s.src_w, s.src_h, s.dst_w, s.dst_h);
-     }},
-    {"resizeUcharRGBChl",
-     [](Case& c) {
-       const Sizes s = Draw(c);
-       const uint8_t* src = c.In(3 * s.src() - 2);
-       resizeUcharRGBChl(src, c.Out(3 * s.dst() - 2), s.src_w, s.src_h, s.dst_w, s.dst_h);
-     }},
+    {"resizeUcharRGB", Colours<&resizeUcharRGB, 0>},
+    {"resizeUcharRGBChl", Colours<&resizeUcharRGBChl, 2>},
 };
 
 }  // namespace vantro::test
