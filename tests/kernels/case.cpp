@@ -114,6 +114,29 @@ int32_t* Case::IntsOut(int64_t count, int32_t low, int32_t high) {
   return values;
 }
 
+void Case::ExpectBytes(const uint8_t* at, const void* bytes, size_t size) {
+  for (const GuardedBuffer* buffer : outputs_) {
+    if (at < buffer->data() || at + size > buffer->data() + buffer->size()) continue;
+    std::vector<uint8_t>& expected = expected_[buffer];
+    if (expected.empty()) expected.assign(buffer->data(), buffer->data() + buffer->size());
+    std::memcpy(expected.data() + (at - buffer->data()), bytes, size);
+    return;
+  }
+  ++wrong_claims_;  // beyond every buffer
+}
+
+std::string Case::Difference() const {
+  std::string difference = wrong_claims_ == 0 ? "" : "a wrong answer, or an element out of bounds";
+  for (const auto& [buffer, expected] : expected_) {
+    const auto [have, want] =
+        std::mismatch(buffer->data(), buffer->data() + buffer->size(), expected.begin());
+    if (want == expected.end()) continue;
+    difference += "byte " + std::to_string(have - buffer->data()) + " is " + std::to_string(*have) +
+                  ", not " + std::to_string(*want);
+  }
+  return difference;
+}
+
 std::vector<std::vector<uint8_t>> Case::Outcome() const {
   std::vector<std::vector<uint8_t>> outcome;
   for (const GuardedBuffer* buffer : outputs_) {

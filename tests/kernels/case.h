@@ -4,9 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "tests/support/guarded_buffer.h"
@@ -51,7 +53,9 @@ class Case {
 
   // A rows x row image whose last row has no padding behind it.
   static int64_t Plane(int row, int rows, int pitch) { return int64_t{pitch} * (rows - 1) + row; }
+  // A frame of one row or column has no chroma.
   static int64_t SemiPlanar(int width, int height, int stride) {
+    if (width < 2 || height < 2) return Plane(width, height, stride);
     return int64_t{stride} * height + Plane(width / 2 * 2, height / 2, stride);
   }
   static int64_t Packed(int width, int height, int stride) {
@@ -62,6 +66,29 @@ class Case {
 
   // What the operation returned.
   void Result(int64_t value) { results_.push_back(value); }
+  // Lets the calls of Expect and ExpectTrue count from here on.
+  void CheckFormulas() { checks_ = true; }
+  // Of the rows at `out`, `pitch` apart, element (x, y) has to become formula(x, y), or to stay if
+  // that is a negative whole number; so has the rest of the buffer. Called before the operation.
+  template <typename T, typename Formula>
+  void Expect(const T* out, int width, int height, int64_t pitch, Formula formula) {
+    if (!checks_) return;
+    const auto* const first = reinterpret_cast<const uint8_t*>(out);
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        const auto value = formula(x, y);
+        if constexpr (std::is_integral_v<decltype(value)>) {
+          if (value < 0) continue;
+        }
+        const T element = static_cast<T>(value);
+        ExpectBytes(first + (y * pitch + x) * int64_t{sizeof(T)}, &element, sizeof(T));
+      }
+    }
+  }
+  void ExpectTrue(bool claim) { wrong_claims_ += checks_ && !claim ? 1 : 0; }
+  // What is not as expected; empty if everything is.
+  std::string Difference() const;
+
   // The sizes and parameters that were drawn, in order.
   const std::string& notes() const { return notes_; }
   // Everything that the operation could write, one entry a buffer, then the results.
@@ -72,11 +99,15 @@ class Case {
   int Draw(int low, int high);
   int Noted(int value);
   GuardedBuffer& NewBuffer(int64_t bytes, bool output);
+  void ExpectBytes(const uint8_t* at, const void* bytes, size_t size);
   uint8_t* Floats(int64_t count, float low, float high, bool output);
 
   std::mt19937 random_;
   std::vector<std::unique_ptr<GuardedBuffer>> buffers_;
   std::vector<const GuardedBuffer*> outputs_;
+  std::map<const GuardedBuffer*, std::vector<uint8_t>> expected_;
+  bool checks_ = false;
+  int wrong_claims_ = 0;
   std::vector<int64_t> results_;
   std::string notes_;
   AlgoCxt* context_;
