@@ -1,4 +1,4 @@
-// Colour conversion: single colours, and planes against the single-pixel functions.
+// Colour conversion of single colours; kernel_levels_test compares planes with these functions.
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <climits>
 #include <cmath>
 
-#include "tests/image/resize_reference.h"
+#include "tests/image/image_buffers.h"
 #include "vantro/image.h"
 
 namespace vantro::test {
@@ -77,96 +77,11 @@ TEST(SinglePixel, HsvBackToRgb) {
   }
 }
 
-// The rest compares planes of any size; the sources of a resize.
-std::vector<Sizes> PlaneSizes(Random& random) {
-  std::vector<Sizes> sizes = RandomSizes(random);
-  for (Sizes& s : sizes) s.src_height = std::min(s.src_height, 6);
-  return sizes;
-}
-
-using Yuv = std::array<uint8_t, 3>;
-
-// Rows of three bytes a pixel of the luma and chroma that yuv(x, y) gives.
-template <typename Pixel>
-Bytes BgrOf(const Sizes& s, Pixel yuv) {
-  return PlaneOf(3 * s.src_width, s.src_height, [&](int byte, int y) {
-    const Yuv from = yuv(byte / 3, y);
-    const RGBCOLOR c = yuvTorgb(from[0], from[1], from[2]);
-    return byte % 3 == 0 ? c.blue : byte % 3 == 1 ? c.green : c.red;
-  });
-}
-
-TEST(PlaneConversion, ToBgr) {
-  Random random(1);
-  for (const Sizes& s : PlaneSizes(random)) {
-    SCOPED_TRACE(s);
-    const int width = s.src_width, height = s.src_height, pairs = width / 2;
-    const Bytes src = random.Noise(s.src_frame());
-    const Bytes nv21 = BgrOf(s, [&](int x, int y) {
-      const uint8_t luma = LumaOf(src, s).At(x, y);
-      if (!HasChroma(s)) return Yuv{luma, 128, 128};
-      return Yuv{luma, ChromaOf(src, s, 1).At(x / 2, y / 2), ChromaOf(src, s, 0).At(x / 2, y / 2)};
-    });
-    ExpectPlane(src, Bytes(nv21.size()), nv21, 3 * width, [&](auto* from, auto* to) {
-      EXPECT_EQ(NV21ToRGB(from, s.src_stride, width, height, to), 0);
-    });
-
-    const Bytes packed = random.Noise(Area(2 * s.src_stride, height));
-    const int begin = random.Int(0, height - 1), end = random.Int(begin, height);
-    Bytes uyvy = BgrOf(s, [&](int x, int y) {
-      const uint8_t* const group = packed.data() + Area(2 * s.src_stride, y) + x / 2 * 4;
-      // The last group of an odd row has no V of its own.
-      const bool whole = x / 2 * 2 + 1 < width;
-      const uint8_t v = whole ? group[2] : x > 0 ? group[-2] : uint8_t{128};
-      return Yuv{group[x % 2 == 0 ? 1 : 3], group[0], v};
-    });
-    const Bytes before(uyvy.size(), kUntouched);
-    std::fill_n(uyvy.begin(), 3 * width * begin, kUntouched);
-    std::fill(uyvy.begin() + 3 * width * end, uyvy.end(), kUntouched);
-    ExpectPlane(packed, before, uyvy, 3 * width, [&](auto* from, auto* to) {
-      EXPECT_EQ(UYVYToRGB(from, s.src_stride, width, begin, end, to), 0);
-    });
-
-    const size_t luma = Area(width, height);
-    const Bytes planar = random.Noise(luma + luma / 2 + Area(pairs, height));
-    const Bytes yv16 = BgrOf(s, [&](int x, int y) {
-      const uint8_t sample = planar[Index(x, y, width)];
-      if (pairs == 0) return Yuv{sample, 128, 128};
-      const size_t pair = luma + Index(std::min(x / 2, pairs - 1), y, pairs);
-      return Yuv{sample, planar[pair], planar[pair + luma / 2]};
-    });
-    ExpectPlane(planar, Bytes(yv16.size()), yv16, 3 * width,
-                [&](auto* from, auto* to) { EXPECT_EQ(YV16ToRGB(from, width, height, to), 0); });
-  }
-}
-
 Triple StudioRange(int y, int u, int v) {
   const int c = 298 * (y - 16), du = u - 128, dv = v - 128;
   return {Limit(FloorDiv(c + 409 * dv + 128, 256)),
           Limit(FloorDiv(c - 208 * dv - 100 * du + 128, 256)),
           Limit(FloorDiv(c + 516 * du + 128, 256))};
-}
-
-TEST(PlaneConversion, I420ToRgbLeavesOddEdgesUnwritten) {
-  Random random(4);
-  for (const Sizes& s : PlaneSizes(random)) {
-    SCOPED_TRACE(s);
-    const int half = s.src_stride / 2;
-    const size_t luma = Area(s.src_stride, s.src_height);
-    const Bytes src = random.Noise(luma + luma / 4 + Area(half, s.src_height / 2));
-    const int dst_stride = s.src_width + random.Int(0, 2);
-    const Bytes before(Area(3 * dst_stride, s.src_height), kUntouched);
-    const Bytes expected = PlaneOf(3 * dst_stride, s.src_height, [&](int byte, int y) {
-      const int x = byte / 3;
-      if (x >= s.src_width / 2 * 2 || y >= s.src_height / 2 * 2) return int{kUntouched};
-      const uint8_t* const chroma = src.data() + luma + Index(x / 2, y / 2, half);
-      return StudioRange(LumaOf(src, s).At(x, y), *chroma,
-                         chroma[luma / 4])[static_cast<size_t>(byte % 3)];
-    });
-    ExpectPlane(src, before, expected, 3 * dst_stride, [&](auto* from, auto* to) {
-      convertI420ToRGBU8(to, from, s.src_width, s.src_height, dst_stride, s.src_stride);
-    });
-  }
 }
 
 TEST(PlaneConversion, I420ToRgbEqualsItsFormulaForEveryChroma) {
@@ -184,39 +99,6 @@ TEST(PlaneConversion, I420ToRgbEqualsItsFormulaForEveryChroma) {
       const uint8_t* const rgb = dst.data() + Area(6, i);
       ASSERT_EQ((Triple{rgb[0], rgb[1], rgb[2]}), StudioRange(y, i & 255, i >> 8)) << y << " " << i;
     }
-  }
-}
-
-TEST(PlaneConversion, BgrToUyvyAndNv21) {
-  Random random(5);
-  for (const Sizes& s : PlaneSizes(random)) {
-    SCOPED_TRACE(s);
-    const int width = s.src_width, height = s.src_height, stride = s.src_stride;
-    const Bytes src = random.Noise(Area(3 * width, height));
-    const Bytes packed = random.Noise(Area(2 * stride, height));
-    const Bytes planar = random.Noise(s.src_frame());
-    // Channel 0, 1 or 2 of the pixel: Y, U or V.
-    const auto yuv = [&](int x, int y, size_t channel) {
-      const uint8_t* const bgr = src.data() + 3 * Index(x, y, width);
-      return Of(rgbToyuv(bgr[2], bgr[1], bgr[0]))[channel];
-    };
-    const Bytes uyvy = PlaneOf(2 * stride, height, [&](int byte, int y) {
-      const int x = byte / 2, first = x / 2 * 2;
-      if (x >= width) return int{packed[Index(byte, y, 2 * stride)]};
-      return byte % 2 == 1 ? yuv(x, y, 0) : yuv(first, y, byte % 4 == 0 ? 1 : 2);
-    });
-    const Bytes nv21 = PlaneOf(stride, height + height / 2, [&](int x, int row) {
-      const bool chroma = row >= height;
-      if (x >= (chroma ? width / 2 * 2 : width)) return int{planar[Index(x, row, stride)]};
-      if (!chroma) return yuv(x, row, 0);
-      return yuv(x / 2 * 2, 2 * (row - height) + 1, x % 2 == 0 ? 2 : 1);
-    });
-    ExpectPlane(src, packed, uyvy, 2 * stride, [&](auto* from, auto* to) {
-      EXPECT_EQ(RGBToUYVY(from, width, height, to, stride), 0);
-    });
-    ExpectPlane(src, planar, nv21, stride, [&](auto* from, auto* to) {
-      EXPECT_EQ(RGBToNV21(from, width, height, to, stride), 0);
-    });
   }
 }
 

@@ -7,7 +7,7 @@
 #include <limits>
 #include <string>
 
-#include "tests/image/resize_reference.h"
+#include "tests/image/image_buffers.h"
 #include "tests/support/log_capture.h"
 #include "vantro/image.h"
 

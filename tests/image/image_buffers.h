@@ -69,6 +69,16 @@ class Guarded {
   GuardedBuffer buffer_;
 };
 
+// The elements sample(x, y), row by row.
+template <typename T = uint8_t, typename Sample>
+std::vector<T> PlaneOf(int width, int height, Sample sample) {
+  std::vector<T> plane;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) plane.push_back(static_cast<T>(sample(x, y)));
+  }
+  return plane;
+}
+
 // Where two planes of `pitch` elements a row first differ.
 template <typename T>
 testing::AssertionResult SamePlanes(const std::vector<T>& actual, const std::vector<T>& expected,

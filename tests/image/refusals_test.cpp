@@ -4,12 +4,21 @@
 
 #include <climits>
 
-#include "tests/image/resize_reference.h"
+#include "tests/image/image_buffers.h"
 #include "tests/support/log_capture.h"
 #include "vantro/image.h"
 
 namespace vantro::test {
 namespace {
+
+struct Sizes {
+  int src_width, src_height, src_stride, dst_width, dst_height;
+};
+
+std::ostream& operator<<(std::ostream& out, const Sizes& s) {
+  return out << s.src_width << "/" << s.src_stride << "x" << s.src_height << " to " << s.dst_width
+             << "x" << s.dst_height;
+}
 
 // The operations by the order of their arguments.
 template <auto... operations>

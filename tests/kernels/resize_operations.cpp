@@ -1,4 +1,5 @@
 // Resizers and rotations of channels, planes, frames and floats.
+#include "tests/kernels/float_formulas.h"
 #include "tests/kernels/operations.h"
 #include "tests/kernels/resize_formulas.h"
 #include "vantro/image.h"
