@@ -69,6 +69,17 @@ uint8_t* Case::In(int64_t bytes) {
   return buffer.data();
 }
 
+uint8_t* Case::Grey(int64_t bytes) {
+  GuardedBuffer& buffer = NewBuffer(bytes, false);
+  const int kind = Draw(0, 2);
+  for (size_t i = 0; i < buffer.size(); ++i) {
+    if (kind == 1) buffer[i] = static_cast<uint8_t>(255 * (buffer[i] % 2));
+    if (kind == 2) buffer[i] %= 3;
+  }
+  buffer.set_read_only(true);
+  return buffer.data();
+}
+
 uint8_t* Case::Out(int64_t bytes) { return NewBuffer(bytes, true).data(); }
 
 uint8_t* Case::Mask(int width, int height) {

@@ -43,7 +43,8 @@ class Case {
   Image DrawImage();
 
   // Random bytes; a mask has few values, with regions of some size.
-  uint8_t* In(int64_t bytes);  // not const: some operations take what they only read like that
+  uint8_t* In(int64_t bytes);    // not const: some operations take what they only read like that
+  uint8_t* Grey(int64_t bytes);  // the same, or of extremes alone, or of small values
   uint8_t* Out(int64_t bytes);
   uint8_t* Mask(int width, int height);
   // Random floats between the bounds, mostly with fractions.
@@ -74,6 +75,7 @@ class Case {
   void Expect(const T* out, int width, int height, int64_t pitch, Formula formula) {
     if (!checks_) return;
     const auto* const first = reinterpret_cast<const uint8_t*>(out);
+    ExpectBytes(first, first, 0);  // the buffer counts, even if all of it stays
     for (int y = 0; y < height; ++y) {
       for (int x = 0; x < width; ++x) {
         const auto value = formula(x, y);

@@ -22,13 +22,15 @@ extern const std::vector<Operation> kColourOperations;
 extern const std::vector<Operation> kResizeOperations;
 extern const std::vector<Operation> kFilterOperations;
 extern const std::vector<Operation> kRenderOperations;
+extern const std::vector<Operation> kRescaleOperations;
 extern const std::vector<Operation> kMotionOperations;
 extern const std::vector<Operation> kMaskOperations;
 
 inline std::vector<Operation> AllOperations() {
   std::vector<Operation> all;
-  for (const auto* family : {&kColourOperations, &kResizeOperations, &kFilterOperations,
-                             &kRenderOperations, &kMotionOperations, &kMaskOperations}) {
+  for (const auto* family :
+       {&kColourOperations, &kResizeOperations, &kFilterOperations, &kRenderOperations,
+        &kRescaleOperations, &kMotionOperations, &kMaskOperations}) {
     all.insert(all.end(), family->begin(), family->end());
   }
   return all;

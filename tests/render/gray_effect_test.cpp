@@ -96,39 +96,5 @@ TEST(Blend, KeepsTheChromaOfTheSubject) {
   }
 }
 
-TEST(CropLuma, CopiesTheBoxOfEveryFormat) {
-  Random random(4);
-  for (int i = 0; i < 200; ++i) {
-    const int stride = random.Int(1, 60), height = random.Int(1, 20);
-    const int format = random.Int(0, 5);
-    const int left = random.Int(0, stride - 1), columns = random.Int(0, stride - left);
-    const int top = random.Int(0, height - 1), rows = random.Int(0, height - top);
-    const int dst_stride = columns + random.Int(0, 3);
-    const Bytes src = random.Noise((format == 4 ? 2 : 1) * Area(stride, height));
-    Bytes dst(Area(dst_stride, rows), 9), expected = dst;
-    for (int at = 0; at < rows * columns; ++at) {
-      const size_t from = Index(left + at % columns, top + at / columns, stride);
-      uint8_t& out = expected[Index(at % columns, at / columns, dst_stride)];
-      if (format == 0 || format == 1) out = src[from];
-      if (format == 4) out = src[2 * from + 1];
-    }
-    const CROP_BOX box = {top, top + rows - 1, left, left + columns - 1, 0};
-    auto* const source = const_cast<uint8_t*>(src.data());
-    ASSERT_EQ(getYcomponent(dst.data(), source, stride, dst_stride, -1, -1, box, format),
-              dst.data());
-    ASSERT_TRUE(SamePlanes(dst, expected, std::max(dst_stride, 1)));
-  }
-}
-
-TEST(MaskValues, RaiseSmallOnes) {
-  Bytes src = {0, 1, 2, 3, 4, 5, 6, 255};
-  Bytes dst(10, 7);
-  EXPECT_EQ(preProcessMask(dst.data(), src.data(), 2, 4, 5), dst.data());
-  EXPECT_EQ(dst, (Bytes{0, 255, 255, 255, 7, 255, 5, 6, 255, 7}));
-  preProcessMask(dst.data(), src.data(), 2, 0, 5);
-  preProcessMask(dst.data(), src.data(), -1, 4, 5);
-  EXPECT_EQ(dst[1], 255);
-}
-
 }  // namespace
 }  // namespace vantro::test
