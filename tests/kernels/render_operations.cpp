@@ -100,8 +100,13 @@ const std::vector<Operation> kRenderOperations = {
        const int rows = c.Int(1, 20);
        const int columns = c.Size();
        const int pitch = c.Pitch(columns);
-       uint8_t* src = c.Mask(columns, rows);
-       preProcessMask(c.Out(Case::Plane(columns, rows, pitch)), src, rows, columns, pitch);
+       uint8_t* src = c.Grey(int64_t{columns} * rows);
+       uint8_t* dst = c.Out(Case::Plane(columns, rows, pitch));
+       c.Expect(dst, columns, rows, pitch, [&](int x, int y) {
+         const int value = src[int64_t{y} * columns + x];
+         return value >= 1 && value <= 4 ? 255 : value;
+       });
+       c.ExpectTrue(preProcessMask(dst, src, rows, columns, pitch) == dst);
      }},
 };
 

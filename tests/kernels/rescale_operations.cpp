@@ -167,7 +167,7 @@ void FixedFactor(Case& c) {
   const Grey src = DrawGrey(c, width, height);
   const Grey dst = DrawOutput(c, width / kDown * kUp, height / kDown * kUp);
   Expect(c, dst, [&](int row, int column) { return kFormula(src, row, column); });
-  kResize(src.data, dst.data, width, height, src.pitch, dst.pitch);
+  c.ExpectTrue(kResize(src.data, dst.data, width, height, src.pitch, dst.pitch) == dst.data);
 }
 
 // Block means with the arguments (dst, src, dst width, dst height, dst stride, -, -, src stride).
@@ -177,7 +177,8 @@ void BlockMeans(Case& c) {
   const Grey src = DrawGrey(c, kFactor * width, kFactor * height);
   const Grey dst = DrawOutput(c, width, height);
   Expect(c, dst, [&](int row, int column) { return kFormula(src, row, column); });
-  kReduce(dst.data, src.data, width, height, dst.pitch, -1, -1, src.pitch);
+  c.ExpectTrue(kReduce(dst.data, src.data, width, height, dst.pitch, -1, -1, src.pitch) ==
+               dst.data);
 }
 
 // Resizers between any sizes that write a range of rows. The exact factors 2 and 4 have filters of
@@ -259,8 +260,8 @@ const std::vector<Operation> kRescaleOperations = {
        const int height = c.OneIn(2) ? std::max(src.height / 2, 1) : c.Int(1, 40);
        const Grey dst = DrawOutput(c, width, height);
        Expect(c, dst, [&](int row, int column) { return Nearest(src, dst, row, column); });
-       up_scale_context(src.data, src.width, src.height, src.pitch, dst.data, width, height,
-                        dst.pitch);
+       c.ExpectTrue(up_scale_context(src.data, src.width, src.height, src.pitch, dst.data, width,
+                                     height, dst.pitch) == src.data);
      }},
     {"averageGrayU8Down2x2", BlockMeans<&averageGrayU8Down2x2, 2, BlockMean<2, 0>>},
     {"averageGrayU8Down4x4", BlockMeans<&averageGrayU8Down4x4, 4, BlockMean<4, 8>>},

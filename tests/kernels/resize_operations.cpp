@@ -217,7 +217,8 @@ const std::vector<Operation> kResizeOperations = {
        const uint8_t* src = c.In(s.src_plane());
        uint8_t* dst = c.Out(Case::Plane(s.dst_h, s.dst_h, pitch));
        c.Expect(dst, s.dst_h, s.dst_h, pitch, [&](int x, int y) { return Rotated(s, src, x, y); });
-       resizeYrotateMinus90_Multi(src, dst, s.src_w, s.src_h, s.src_stride, pitch, s.dst_h);
+       c.ExpectTrue(resizeYrotateMinus90_Multi(src, dst, s.src_w, s.src_h, s.src_stride, pitch,
+                                               s.dst_h) == src);
      }},
     {"resizeNV21RotateMinus90", Strided<&resizeNV21RotateMinus90, RotatedFrame, 6>},
     {"resizeNV21RotateMinus90_X", Strided<&resizeNV21RotateMinus90_X, RotatedFrameByAddress, 6>},
@@ -233,7 +234,7 @@ const std::vector<Operation> kResizeOperations = {
        auto* dst = reinterpret_cast<float*>(c.Out(8 * s.dst()));
        c.Expect(dst, 2 * s.dst_w, s.dst_h, 2 * s.dst_w,
                 [&](int x, int y) { return FloatNearestPair(s, src, x, y); });
-       resizeFloat_Nearest_2Ch(src, dst, s.src_w, s.src_h, s.dst_w, s.dst_h);
+       c.ExpectTrue(resizeFloat_Nearest_2Ch(src, dst, s.src_w, s.src_h, s.dst_w, s.dst_h) == src);
      }},
     {"resizeSpareDisparityNearest",
      [](Case& c) {
@@ -243,7 +244,8 @@ const std::vector<Operation> kResizeOperations = {
        const float invalid = c.Float(-1.0f, 20.0f);
        c.Expect(dst, s.dst_w, s.dst_h, s.dst_w,
                 [&](int x, int y) { return Disparity(s, src, invalid, x, y); });
-       resizeSpareDisparityNearest(src, dst, s.src_w, s.src_h, s.dst_w, s.dst_h, invalid);
+       c.ExpectTrue(resizeSpareDisparityNearest(src, dst, s.src_w, s.src_h, s.dst_w, s.dst_h,
+                                                invalid) == src);
      }},
     {"resizeUcharRGB", Colours<&resizeUcharRGB, 0>},
     {"resizeUcharRGBChl", Colours<&resizeUcharRGBChl, 2>},

@@ -25,31 +25,24 @@ int Mirrored(int i, int size) {
   return i;
 }
 
-// One pass along the rows, or along the columns.
-Bytes PassReference(const Bytes& in, int width, int height, bool along_rows, const Weights& q) {
+// One pass along the rows, with rows and columns exchanged.
+Bytes PassReference(const Bytes& in, int width, int height, const Weights& q) {
   const int c = static_cast<int>(q.size() / 2);
   const auto weight = [&](int i) { return uint32_t{q[static_cast<size_t>(i)]}; };
   uint32_t divisor = weight(c);
   for (int i = 0; i < c; ++i) divisor += 2u * weight(i);
-  Bytes out;
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const auto at = [&](int i) {
-        return uint32_t{in[along_rows ? Index(Mirrored(x + i, width), y, width)
-                                      : Index(x, Mirrored(y + i, height), width)]};
-      };
-      uint32_t sum = divisor / 2 + weight(c) * at(0);
-      for (int i = 1; i <= c; ++i) {
-        sum += weight(c - i) * at(-i) + weight(q.size() == 3 ? 2 : c - i) * at(i);
-      }
-      out.push_back(divisor == 0 ? uint8_t{0} : static_cast<uint8_t>(sum / divisor));
+  return PlaneOf(height, width, [&](int y, int x) {
+    const auto at = [&](int i) { return uint32_t{in[Index(Mirrored(x + i, width), y, width)]}; };
+    uint32_t sum = divisor / 2 + weight(c) * at(0);
+    for (int i = 1; i <= c; ++i) {
+      sum += weight(c - i) * at(-i) + weight(q.size() == 3 ? 2 : c - i) * at(i);
     }
-  }
-  return out;
+    return divisor == 0 ? 0 : sum / divisor;
+  });
 }
 
 Bytes BlurReference(const Bytes& src, int width, int height, const Weights& q) {
-  return PassReference(PassReference(src, width, height, true, q), width, height, false, q);
+  return PassReference(PassReference(src, width, height, q), height, width, q);
 }
 
 // Weights as gaussian_blur derives them.

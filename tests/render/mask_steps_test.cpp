@@ -46,19 +46,11 @@ TEST(Rescale, NullPointersAndWeightsPastEightDoNothing) {
   upScale2x2(dst.data(), nullptr, 8, 8, 8, 4, 4, 4, 0, 8);
   up_scale_context(src, 4, 4, 4, dst.data(), 0, 8, 8);
   up_scale_context(src, 4, -1, 4, dst.data(), 8, 8, 8);
+  preProcessMask(dst.data(), src, 2, 0, 5);
+  preProcessMask(dst.data(), src, -1, 4, 5);
   // A box without columns.
   EXPECT_EQ(getYcomponent(dst.data(), src, 4, 4, -1, -1, {0, 3, 2, 1, 0}, 0), dst.data());
   EXPECT_EQ(dst, Bytes(400, 0x5A));
-}
-
-TEST(MaskValues, RaiseSmallOnes) {
-  Bytes src = {0, 1, 2, 3, 4, 5, 6, 255};
-  Bytes dst(10, 7);
-  EXPECT_EQ(preProcessMask(dst.data(), src.data(), 2, 4, 5), dst.data());
-  EXPECT_EQ(dst, (Bytes{0, 255, 255, 255, 7, 255, 5, 6, 255, 7}));
-  preProcessMask(dst.data(), src.data(), 2, 0, 5);
-  preProcessMask(dst.data(), src.data(), -1, 4, 5);
-  EXPECT_EQ(dst[1], 255);
 }
 
 }  // namespace
