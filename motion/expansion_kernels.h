@@ -14,6 +14,9 @@ struct ExpansionKernel {
   const float* xxg;  // x * x * g
   ptrdiff_t reach;
   float ig11, ig03, ig33, ig55;  // elements of the inverse moment matrix
+  // The weights are the tables for reach 7, and HasByteRange(image): ExpandRow may then take a
+  // shorter way to the same sums.
+  bool byte_moments;
 };
 
 // Vertical moments of one row: t0, t1, t2 for the weights g, xg, xxg. Each pointer is at column 0
@@ -23,6 +26,9 @@ struct MomentRows {
   float* t1;
   float* t2;
 };
+
+// Is every value 0, or 1 to 255?
+bool HasByteRange(const float* image, ptrdiff_t count);
 
 // Weighs the image's columns around row y; rows beyond the image repeat its border row.
 void ExpandColumns(const float* image, ptrdiff_t width, ptrdiff_t height, ptrdiff_t y,

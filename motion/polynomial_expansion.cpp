@@ -116,10 +116,11 @@ int opticalFKPolyExp(const float* src, float* dst, float* kernel_buffer, float* 
   const ptrdiff_t length = 2 * reach + 1;
   const vantro::KernelLines lines = {kernel_buffer + reach, kernel_buffer + length + reach,
                                      kernel_buffer + 2 * length + reach};
-  vantro::ExpansionKernel kernel = {lines.g, lines.xg, lines.xxg, reach, 0, 0, 0, 0};
+  vantro::ExpansionKernel kernel = {lines.g, lines.xg, lines.xxg, reach, 0, 0, 0, 0, false};
   if (n == vantro::kFixedReach &&
       std::fabs(sigma - vantro::kFixedSigma) < static_cast<double>(vantro::kEpsilon)) {
     vantro::FillFixed(lines, &kernel);
+    kernel.byte_moments = vantro::HasByteRange(src, ptrdiff_t{width} * height);
   } else {
     vantro::FillWeights(lines, reach, sigma);
     if (!vantro::InvertMoments(lines.g, reach, &kernel)) return -1;

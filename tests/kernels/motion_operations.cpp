@@ -37,7 +37,7 @@ const std::vector<Operation> kMotionOperations = {
        const Image image = c.DrawImage();
        const int n = c.Int(1, 9);
        const double sigma = n == 7 ? 1.5 : 0.3 * n;
-       const float* src = c.FloatsIn(image.size(), 0.0f, 255.0f);
+       const float* src = c.FloatsIn(image.size(), c.Int(0, 1) == 0 ? 0.0f : 1.0f, 255.0f);
        float* dst = c.FloatsOut(5 * image.size(), 0.0f, 1.0f);
        float* kernel = c.FloatsOut(3 * (2 * n + 1), 0.0f, 1.0f);
        float* row = c.FloatsOut(3 * (image.width + 2 * n), 0.0f, 1.0f);

@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <set>
 
 #include "tests/image/image_buffers.h"
 #include "tests/support/log_capture.h"
@@ -151,16 +153,74 @@ Floats BoxReference(const Floats& terms, int width, int height, int block) {
 // From one pixel to past a vector, a block and a stretch.
 constexpr int kSides[][2] = {{1, 1}, {1, 9}, {2, 3}, {7, 7}, {16, 16}, {23, 10}, {140, 14}};
 
-TEST(PolynomialExpansion, EqualsTheFormulaAtEverySize) {
-  Random random(1);
-  for (const auto& [width, height] : kSides) {
-    SCOPED_TRACE(testing::Message() << width << "x" << height);
-    const Floats image = random.Floats(Area(width, height), 0.0f, 255.0f);
+void ExpectExpansion(const Floats& image, int width, int height) {
+  const Floats expected = ExpandReference(image, width, height);
+  AtEverySimdLevel([&] {
     Floats dst(5 * image.size()), kernel(45), row(Area(3, width + 14));
     EXPECT_EQ(opticalFKPolyExp(image.data(), dst.data(), kernel.data(), row.data(), width, height,
                                7, 1.5),
               0);
-    EXPECT_TRUE(SamePlanes(dst, ExpandReference(image, width, height), 5 * width));
+    EXPECT_TRUE(SamePlanes(dst, expected, 5 * width));
+  });
+}
+
+TEST(PolynomialExpansion, EqualsTheFormulaAtEverySizeAndLevel) {
+  Random random(1);
+  for (const auto& [width, height] : kSides) {
+    // The range of a byte image's values but zeros, and values that no such image has.
+    for (const float least : {1.0f, 0.0f, -255.0f}) {
+      SCOPED_TRACE(testing::Message() << width << "x" << height << " from " << least);
+      Floats image = random.Floats(Area(width, height), least, 255.0f);
+      ExpectExpansion(image, width, height);
+      std::fill_n(image.begin() + image.size() / 3, image.size() / 3, 0.0f);
+      ExpectExpansion(image, width, height);
+    }
+  }
+}
+
+// Pixel 41 for the sum b1, pixel 20 for b4: there a sum that is rounded once, not to a double
+// first, comes out differently.
+TEST(PolynomialExpansion, RoundsToADoubleFirst) {
+  Floats image(64);
+  image[40] = 1.57557976f;
+  image[41] = 58.9375f;
+  image[13] = 1.0f;
+  image[18] = 73.171875f;
+  image[27] = 1.56668401f;
+  ExpectExpansion(image, 64, 1);
+}
+
+// The fractions of all floats whose product with `weight`, counted in last places of a float sum,
+// is not a multiple of a half but closer to one than half the last place of a double sum.
+std::set<uint32_t> FractionsNearHalves(float weight) {
+  std::set<uint32_t> found;
+  int exponent;
+  auto odd = static_cast<uint64_t>(std::ldexp(std::frexp(weight, &exponent), 24));
+  const int zeros = std::countr_zero(odd);
+  odd >>= zeros;
+  uint64_t inverse = odd;  // modulo powers of two
+  for (int i = 0; i < 5; ++i) inverse *= 2 - odd * inverse;
+  // A product has 48 bits; the sum's last place is bit `place`.
+  for (int place = 30; place < 50; ++place) {
+    const uint64_t half = uint64_t{1} << (place - 1 - zeros);
+    for (uint64_t near = 1; near <= (uint64_t{1} << (place - 30)) >> zeros; ++near) {
+      for (const uint64_t off : {near, 0 - near}) {
+        const uint64_t first = off * inverse % half;
+        for (uint64_t i = first; i < 1 << 24; i += half) {
+          if (i >= 1 << 23) found.insert(static_cast<uint32_t>(i) - (1 << 23));
+        }
+      }
+    }
+  }
+  return found;
+}
+
+// What fused sums of byte images rest on.
+TEST(PolynomialExpansion, OnlyTwoWeightsHaveProductsNearHalves) {
+  for (size_t k = 1; k <= kReach; ++k) {
+    EXPECT_EQ(FractionsNearHalves(kG[k]), k == 1 ? std::set{0x49AC7Fu} : std::set<uint32_t>());
+    if (k == 1) continue;  // b4 is 0 until then
+    EXPECT_EQ(FractionsNearHalves(kXxg[k]), k == 7 ? std::set{0x244478u} : std::set<uint32_t>());
   }
 }
 
