@@ -44,6 +44,15 @@ void InOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<f
             });
 }
 
+void Colour(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
+            const RowWeights<float>& row, uint8_t* out) {
+  SumFloats(upper, lower, columns, row, 0.0f, out,
+            [](float wx0, float wx1, float wy0, float wy1, float p00, float p01, float p10,
+               float p11) HWY_ATTR {
+              return wy1 * wx1 * p11 + (wy0 * (wx0 * p00) + wy0 * (wx1 * p01) + wx0 * (wy1 * p10));
+            });
+}
+
 void Weighted(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
               const RowWeights<float>& row, float bias, uint8_t* HWY_RESTRICT out) {
   for (int x = 0; x < columns.count; ++x) {
@@ -53,7 +62,7 @@ void Weighted(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<
   }
 }
 
-// Both rules where the upper row has all the weight: the other terms are zeros.
+// The other rules where the upper row has all the weight: the other terms are zeros.
 void UpperOnly(const SpreadRow& upper, const AxisWeights<float>& columns, float bias,
                uint8_t* HWY_RESTRICT out) {
   for (int x = 0; x < columns.count; ++x) {
@@ -149,6 +158,7 @@ namespace vantro {
 namespace {
 VANTRO_KERNEL_TABLE(Grouped);
 VANTRO_KERNEL_TABLE(InOrder);
+VANTRO_KERNEL_TABLE(Colour);
 VANTRO_KERNEL_TABLE(Weighted);
 VANTRO_KERNEL_TABLE(UpperOnly);
 VANTRO_KERNEL_TABLE(Once);
@@ -162,6 +172,10 @@ void SumGrouped(const SpreadRow& upper, const SpreadRow& lower, const AxisWeight
 void SumInOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
                 const RowWeights<float>& row, float bias, uint8_t* out) {
   VANTRO_KERNEL(InOrder)(upper, lower, columns, row, bias, out);
+}
+void SumColour(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
+               const RowWeights<float>& row, uint8_t* out) {
+  VANTRO_KERNEL(Colour)(upper, lower, columns, row, out);
 }
 void SumWeighted(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
                  const RowWeights<float>& row, float bias, uint8_t* out) {

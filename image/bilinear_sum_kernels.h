@@ -31,10 +31,13 @@ void SumGrouped(const SpreadRow& upper, const SpreadRow& lower, const AxisWeight
 // wy0*(wx0*P00) + wy0*(wx1*P01) + wy1*(wx0*P10) + (wy1*wx1)*P11
 void SumInOrder(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
                 const RowWeights<float>& row, float bias, uint8_t* out);
-// The same of rows of weighted samples: wx0*P00, wx1*P01 and wx0*P10 are there already.
+// (wy1*wx1)*P11 + (wy0*(wx0*P00) + wy0*(wx1*P01) + wx0*(wy1*P10)), without a bias
+void SumColour(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
+               const RowWeights<float>& row, uint8_t* out);
+// SumInOrder of rows of weighted samples: wx0*P00, wx1*P01 and wx0*P10 are there already.
 void SumWeighted(const SpreadRow& upper, const SpreadRow& lower, const AxisWeights<float>& columns,
                  const RowWeights<float>& row, float bias, uint8_t* out);
-// SumGrouped or SumInOrder, for the row weights (1, 0).
+// SumGrouped, SumInOrder or SumColour, for the row weights (1, 0).
 void SumUpperOnly(const SpreadRow& upper, const AxisWeights<float>& columns, float bias,
                   uint8_t* out);
 

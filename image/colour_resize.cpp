@@ -1,8 +1,11 @@
-// Bilinear resizer of interleaved three-byte colour.
+// Bilinear resizers of interleaved three-byte colour.
 
 #include <algorithm>
 #include <cstdint>
 
+#include "image/bilinear_sum_kernels.h"
+#include "image/row_spread.h"
+#include "image/strided_copy.h"
 #include "support/log.h"
 #include "support/scratch.h"
 #include "vantro/image.h"
@@ -12,46 +15,98 @@ namespace {
 
 constexpr int kChannels = 3;
 
-struct ColumnEntry {
-  int32_t index;
+struct AxisEntry {
+  int32_t index;  // may lie behind the last sample
   float fraction;
+
+  int32_t first(int32_t last) const { return std::min(index, last); }
+  int32_t second(int32_t last) const { return index < last ? index + 1 : last; }
 };
 
-ColumnEntry LocateColumn(float scale, int x) {
-  const float position = scale * static_cast<float>(x);
+AxisEntry Locate(float scale, int i) {
+  const float position = scale * static_cast<float>(i);
   const auto index = static_cast<int64_t>(position);
   return {static_cast<int32_t>(std::min<int64_t>(index, INT32_MAX)),
           position - static_cast<float>(index)};
 }
 
-// The two rows that a destination row lies between.
-struct RowPair {
-  const uint8_t* upper;
-  const uint8_t* lower;
-  int last_column;
-  float fraction;
+struct ColourResize {
+  const uint8_t* src;
+  uint8_t* dst;
+  int src_width;
+  int src_height;
+  int dst_width;
+  int dst_height;
+  int channels;  // from the first on: one, or all, whose samples then follow each other
 
-  uint8_t Sample(const ColumnEntry& column) const {
-    const int64_t left = int64_t{std::min(column.index, last_column)} * kChannels;
-    const int64_t right = std::min(int64_t{column.index} + 1, int64_t{last_column}) * kChannels;
-    const float ax = column.fraction;
-    const float ay = fraction;
-    const float p00 = upper[left];
-    const float p01 = upper[right];
-    const float p10 = lower[left];
-    const float p11 = lower[right];
-    return static_cast<uint8_t>(
-        static_cast<int32_t>(ay * ax * p11 + ((1 - ay) * ((1 - ax) * p00) + (1 - ay) * (ax * p01) +
-                                              (1 - ax) * (ay * p10))));
-  }
+  float scale_x() const { return static_cast<float>(src_width) / static_cast<float>(dst_width); }
+  float scale_y() const { return static_cast<float>(src_height) / static_cast<float>(dst_height); }
+  int step() const { return kChannels / channels; }
 };
 
-RowPair LocateRow(const uint8_t* src, int src_width, int src_height, float scale, int y) {
-  const float position = scale * static_cast<float>(y);
-  const auto index = static_cast<int64_t>(position);
-  const int64_t pitch = int64_t{src_width} * kChannels;
-  const auto row = [&](int64_t i) { return src + std::min<int64_t>(i, src_height - 1) * pitch; };
-  return {row(index), row(index + 1), src_width - 1, position - static_cast<float>(index)};
+// `column(x)` gives the entry of destination column x.
+template <typename Column>
+void ResizeStrip(const ColourResize& resize, int64_t first, int count, const Column& column) {
+  int32_t left[kStripColumns];
+  int32_t right[kStripColumns];
+  alignas(64) float left_weight[kStripColumns];
+  alignas(64) float right_weight[kStripColumns];
+  for (int i = 0; i < count; ++i) {
+    const AxisEntry entry = column(static_cast<int>((first + i) / resize.channels));
+    const auto channel = static_cast<int>((first + i) % resize.channels);
+    left[i] = entry.first(resize.src_width - 1) * resize.channels + channel;
+    right[i] = entry.second(resize.src_width - 1) * resize.channels + channel;
+    left_weight[i] = 1 - entry.fraction;
+    right_weight[i] = entry.fraction;
+  }
+  const AxisWeights<float> weights = {left_weight, right_weight, count};
+  RowSpreader spreader(
+      MakeChannelSource(resize.src, resize.step(), int64_t{kChannels} * resize.src_width,
+                        resize.src_width * resize.channels),
+      {left, right, count});
+  const int last_row = resize.src_height - 1;
+  uint8_t packed[kStripColumns];
+  uint8_t* dst = resize.dst + first * resize.step();
+  for (int y = 0; y < resize.dst_height; ++y, dst += int64_t{kChannels} * resize.dst_width) {
+    const AxisEntry row = Locate(resize.scale_y(), y);
+    const int32_t first_row = row.first(last_row);
+    const int32_t second_row = row.fraction == 0.0f ? first_row : row.second(last_row);
+    const auto [upper, lower] = spreader.Rows(first_row, second_row);
+    uint8_t* const out = resize.step() == 1 ? dst : packed;
+    if (row.fraction == 0.0f) {
+      SumUpperOnly(*upper, weights, 0.0f, out);
+    } else {
+      SumColour(*upper, *lower, weights, {1 - row.fraction, row.fraction}, out);
+    }
+    if (out == packed) ScatterStrided(packed, count, resize.step(), dst);
+  }
+}
+
+// With no channels it takes and releases its table, as it does with any.
+void Resize(const ColourResize& resize) {
+  if (resize.dst_width < 1) {
+    VANTRO_LOGW(kTagPlain, "dstW <= 0");
+    return;
+  }
+  if (resize.src == nullptr || resize.dst == nullptr || resize.src_width < 1 ||
+      resize.src_height < 1 || resize.dst_height < 1) {
+    return;
+  }
+  const float scale = resize.scale_x();
+  const auto table =
+      AllocTracked<AxisEntry>(static_cast<uint64_t>(resize.dst_width), "resizeUcharChl");
+  if (resize.channels == 0) return;
+  if (table) {
+    for (int x = 0; x < resize.dst_width; ++x) table[static_cast<size_t>(x)] = Locate(scale, x);
+  }
+  const auto column = [&](int x) {
+    return table ? table[static_cast<size_t>(x)] : Locate(scale, x);
+  };
+  const int64_t elements = int64_t{resize.dst_width} * resize.channels;
+  for (int64_t first = 0; first < elements; first += kStripColumns) {
+    const int64_t count = std::min<int64_t>(kStripColumns, elements - first);
+    ResizeStrip(resize, first, static_cast<int>(count), column);
+  }
 }
 
 }  // namespace
@@ -59,34 +114,20 @@ RowPair LocateRow(const uint8_t* src, int src_width, int src_height, float scale
 
 void resizeUcharRGB(const unsigned char* src, unsigned char* dst, int srcW, int srcH, int dstW,
                     int dstH) {
+  // What a call for each channel logs and allocates; the first does the work of all three, unless
+  // the samples of a row are more than an index can count.
+  const bool together = srcW <= INT32_MAX / vantro::kChannels;
   for (int channel = 0; channel < vantro::kChannels; ++channel) {
-    resizeUcharRGBChl(src == nullptr ? nullptr : src + channel,
-                      dst == nullptr ? nullptr : dst + channel, srcW, srcH, dstW, dstH);
+    if (!together) {
+      resizeUcharRGBChl(src == nullptr ? nullptr : src + channel,
+                        dst == nullptr ? nullptr : dst + channel, srcW, srcH, dstW, dstH);
+    } else {
+      vantro::Resize({src, dst, srcW, srcH, dstW, dstH, channel == 0 ? vantro::kChannels : 0});
+    }
   }
 }
 
 void resizeUcharRGBChl(const unsigned char* src, unsigned char* dst, int srcW, int srcH, int dstW,
                        int dstH) {
-  if (dstW < 1) {
-    VANTRO_LOGW(vantro::kTagPlain, "dstW <= 0");
-    return;
-  }
-  if (src == nullptr || dst == nullptr || srcW < 1 || srcH < 1 || dstH < 1) return;
-  const float scale_x = static_cast<float>(srcW) / static_cast<float>(dstW);
-  const float scale_y = static_cast<float>(srcH) / static_cast<float>(dstH);
-  const auto columns =
-      vantro::AllocTracked<vantro::ColumnEntry>(static_cast<uint64_t>(dstW), "resizeUcharChl");
-  if (columns) {
-    for (int x = 0; x < dstW; ++x)
-      columns[static_cast<size_t>(x)] = vantro::LocateColumn(scale_x, x);
-  }
-  for (int y = 0; y < dstH; ++y) {
-    const vantro::RowPair rows = vantro::LocateRow(src, srcW, srcH, scale_y, y);
-    unsigned char* const out = dst + int64_t{y} * dstW * vantro::kChannels;
-    for (ptrdiff_t x = 0; x < dstW; ++x) {
-      out[x * vantro::kChannels] =
-          rows.Sample(columns ? columns[static_cast<size_t>(x)]
-                              : vantro::LocateColumn(scale_x, static_cast<int>(x)));
-    }
-  }
+  vantro::Resize({src, dst, srcW, srcH, dstW, dstH, 1});
 }

@@ -166,9 +166,11 @@ void MakePlan(const ChannelSource& source, const StripColumns& columns, SpreadPl
   const int groups = columns.count / kGroup;
   int64_t span = 0;
   for (int g = 0; g < groups; ++g) {
-    const int first = g * kGroup;
-    const int64_t distance = int64_t{columns.right[first + kGroup - 1]} - columns.left[first];
-    span = std::max(span, distance * source.step + 1);
+    const int32_t* const left = columns.left + g * kGroup;
+    const int32_t* const right = columns.right + g * kGroup;
+    const int64_t begin = *std::min_element(left, left + kGroup);
+    plan.base[g] = begin * source.step;
+    span = std::max(span, (*std::max_element(right, right + kGroup) - begin) * source.step + 1);
   }
   plan.windows = 0;
   plan.words = 0;
@@ -181,8 +183,7 @@ void MakePlan(const ChannelSource& source, const StripColumns& columns, SpreadPl
   for (int g = 0; g < groups; ++g) {
     const int first = g * kGroup;
     // The last windows end with the row, so that nothing behind it is read.
-    plan.base[g] =
-        std::min(columns.left[first] * source.step, source.row_bytes - windows * kWindow);
+    plan.base[g] = std::min(plan.base[g], source.row_bytes - windows * kWindow);
     std::fill_n(&plan.choice[g][0][0], windows * kWindow, kNone);
     for (int i = 0; i < kGroup; ++i) {
       const int64_t left = columns.left[first + i] * source.step - plan.base[g];

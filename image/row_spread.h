@@ -24,7 +24,7 @@ inline ChannelSource MakeChannelSource(const uint8_t* data, int step, int64_t pi
   return {data, step, pitch, int64_t{step} * (width - 1) + 1};
 }
 
-// The source columns of a strip, rising with the destination column.
+// The source columns of a strip.
 struct StripColumns {
   const int32_t* left;
   const int32_t* right;

@@ -3,6 +3,7 @@
 // memory than 32 bits count, the operation refuses. The undefined-behaviour sanitizer watches the
 // arithmetic.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <climits>
 #include <functional>
@@ -169,6 +170,20 @@ TEST_F(HostileSizes, ScratchMemoryPast32BitsIsRefused) {
   log_.clear();
   showMemTotal(1);
   EXPECT_TRUE(log_.contains("frame: 1  mem use: 2147483647"));
+}
+
+TEST_F(HostileSizes, AColourRowMayHaveMoreSamplesThanAnIntCounts) {
+  constexpr int kWidth = 1 << 30;
+  constexpr size_t kBytes = size_t{3} * kWidth;
+  void* const pages = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  ASSERT_NE(pages, MAP_FAILED);
+  auto* const src = static_cast<uint8_t*>(pages);
+  for (size_t i : {0, 1, 2}) src[kBytes / 4 * 3 + i] = static_cast<uint8_t>(i + 1);
+  std::vector<uint8_t> dst(12, 7);
+  resizeUcharRGB(src, dst.data(), kWidth, 1, 4, 1);
+  EXPECT_EQ(dst, (std::vector<uint8_t>{0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3}));
+  munmap(pages, kBytes);
 }
 
 }  // namespace
