@@ -5,6 +5,7 @@
 #ifndef VANTRO_IMAGE_BILINEAR_SUM_KERNELS_H_
 #define VANTRO_IMAGE_BILINEAR_SUM_KERNELS_H_
 
+#include <algorithm>
 #include <cstdint>
 
 #include "image/row_spread.h"
@@ -16,6 +17,11 @@ struct AxisWeights {
   const Real* left;
   const Real* right;
   int count;
+
+  // A row that has all the weight then gives its left samples.
+  bool left_only() const {
+    return std::all_of(right, right + count, [](Real weight) { return weight == 0; });
+  }
 };
 
 template <typename Real>

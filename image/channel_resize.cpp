@@ -80,6 +80,7 @@ void ResizeStrip(const ChannelSource& source, const BilinearTables& tables, cons
     samples.left_weight = aligned.left;
     samples.right_weight = aligned.right;
   }
+  const bool left_only = weights.left_only();
   RowSpreader spreader(source, samples);
   uint8_t packed[kStripColumns];
   uint8_t* dst = target.data + first * target.step;
@@ -87,14 +88,18 @@ void ResizeStrip(const ChannelSource& source, const BilinearTables& tables, cons
     const RowWeights<float> row = {rows.first_weight[y], rows.second_weight[y]};
     uint8_t* const out = target.step == 1 ? dst : packed;
     const bool upper_only = row.upper == 1.0f && row.lower == 0.0f;
-    const auto [upper, lower] =
-        spreader.Rows(rows.first[y], upper_only ? rows.first[y] : rows.second[y]);
-    if (weighted) {
-      SumWeighted(*upper, *lower, weights, row, rule.bias, out);
-    } else if (upper_only) {
-      SumUpperOnly(*upper, weights, rule.bias, out);
+    if (upper_only && left_only) {
+      spreader.CopyLeft(rows.first[y], out);
     } else {
-      rule.sum(*upper, *lower, weights, row, rule.bias, out);
+      const auto [upper, lower] =
+          spreader.Rows(rows.first[y], upper_only ? rows.first[y] : rows.second[y]);
+      if (weighted) {
+        SumWeighted(*upper, *lower, weights, row, rule.bias, out);
+      } else if (upper_only) {
+        SumUpperOnly(*upper, weights, rule.bias, out);
+      } else {
+        rule.sum(*upper, *lower, weights, row, rule.bias, out);
+      }
     }
     if (target.step != 1) ScatterStrided(packed, count, target.step, dst);
   }

@@ -64,19 +64,25 @@ void ResizeStrip(const ColourResize& resize, int64_t first, int count, const Col
       MakeChannelSource(resize.src, resize.step(), int64_t{kChannels} * resize.src_width,
                         resize.src_width * resize.channels),
       {left, right, count});
+  const bool left_only = weights.left_only();
   const int last_row = resize.src_height - 1;
   uint8_t packed[kStripColumns];
   uint8_t* dst = resize.dst + first * resize.step();
   for (int y = 0; y < resize.dst_height; ++y, dst += int64_t{kChannels} * resize.dst_width) {
     const AxisEntry row = Locate(resize.scale_y(), y);
-    const int32_t first_row = row.first(last_row);
-    const int32_t second_row = row.fraction == 0.0f ? first_row : row.second(last_row);
-    const auto [upper, lower] = spreader.Rows(first_row, second_row);
+    const int32_t upper_row = row.first(last_row);
+    const bool upper_only = row.fraction == 0.0f;
     uint8_t* const out = resize.step() == 1 ? dst : packed;
-    if (row.fraction == 0.0f) {
-      SumUpperOnly(*upper, weights, 0.0f, out);
+    if (upper_only && left_only) {
+      spreader.CopyLeft(upper_row, out);
     } else {
-      SumColour(*upper, *lower, weights, {1 - row.fraction, row.fraction}, out);
+      const auto [upper, lower] =
+          spreader.Rows(upper_row, upper_only ? upper_row : row.second(last_row));
+      if (upper_only) {
+        SumUpperOnly(*upper, weights, 0.0f, out);
+      } else {
+        SumColour(*upper, *lower, weights, {1 - row.fraction, row.fraction}, out);
+      }
     }
     if (out == packed) ScatterStrided(packed, count, resize.step(), dst);
   }

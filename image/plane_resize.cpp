@@ -36,21 +36,27 @@ class Strip {
  public:
   Strip(const PlaneResize& plane, int first, int count)
       : plane_(plane),
-        count_(count),
         positions_(plane.columns, plane.src_width, first, count),
+        weights_{positions_.left_weight, positions_.right_weight, count},
+        left_only_(weights_.left_only()),
         spreader_(plane.source, {positions_.left, positions_.right, count}) {}
 
   void Row(int index, uint8_t* out) {
     const AxisPosition row = Locate(plane_.rows, index, plane_.src_height);
-    const auto [upper, lower] = spreader_.Rows(row.first, row.second);
-    plane_.sum(*upper, *lower, {positions_.left_weight, positions_.right_weight, count_},
-               {row.first_weight, row.second_weight}, out);
+    const bool upper_only = row.second_weight == 0.0;
+    if (upper_only && left_only_) {
+      spreader_.CopyLeft(row.first, out);
+    } else {
+      const auto [upper, lower] = spreader_.Rows(row.first, upper_only ? row.first : row.second);
+      plane_.sum(*upper, *lower, weights_, {row.first_weight, row.second_weight}, out);
+    }
   }
 
  private:
   const PlaneResize& plane_;
-  int count_;
   StripPositions positions_;
+  AxisWeights<double> weights_;
+  bool left_only_;
   RowSpreader spreader_;
 };
 

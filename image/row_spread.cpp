@@ -40,7 +40,7 @@ HWY_INLINE void StoreBytes(V left, V right, const StripColumns& columns, int x, 
                           hn::ConvertTo(df, hn::PromoteTo(d, right)), columns, x, out);
 }
 
-// A group of left samples in the lower half, of right ones in the upper half.
+// Takes a group of left samples in the lower half, of right ones in the upper half.
 template <bool kWeighted>
 HWY_INLINE void StoreGroup(hn::Vec<D8> samples, const StripColumns& columns, int x,
                            SpreadRow& out) {
@@ -53,6 +53,19 @@ HWY_INLINE void StoreGroup(hn::Vec<D8> samples, const StripColumns& columns, int
   StoreBytes<kWeighted>(hn::LowerHalf(half, left), hn::LowerHalf(half, right), columns, x, out);
   StoreBytes<kWeighted>(hn::UpperHalf(half, left), hn::UpperHalf(half, right), columns, x + 4, out);
 #endif
+}
+
+// Such a group from its windows.
+HWY_INLINE hn::Vec<D8> CollectGroup(const uint8_t* row, const SpreadPlan& plan, int g) {
+  const D8 d;
+  const uint8_t* const window = row + plan.base[g];
+  auto samples = hn::TableLookupBytesOr0(hn::LoadU(d, window), hn::Load(d, plan.choice[g][0]));
+  for (int k = 1; k < plan.windows; ++k) {
+    samples =
+        hn::Or(samples, hn::TableLookupBytesOr0(hn::LoadU(d, window + k * SpreadPlan::kWindow),
+                                                hn::Load(d, plan.choice[g][k])));
+  }
+  return samples;
 }
 
 // One word for each of a vector of columns, beginning with the left sample. They are collected in
@@ -105,16 +118,8 @@ HWY_INLINE void SpreadSamples(const uint8_t* row, int64_t step, const StripColum
     x = step == 1 ? SpreadWords<kWeighted, 1>(row, columns, plan.words, out)
                   : SpreadWords<kWeighted, 2>(row, columns, plan.words, out);
   } else if (plan.windows > 0) {
-    const D8 d;
     for (int g = 0; x + SpreadPlan::kGroup <= columns.count; ++g, x += SpreadPlan::kGroup) {
-      const uint8_t* const window = row + plan.base[g];
-      auto samples = hn::TableLookupBytesOr0(hn::LoadU(d, window), hn::Load(d, plan.choice[g][0]));
-      for (int k = 1; k < plan.windows; ++k) {
-        samples =
-            hn::Or(samples, hn::TableLookupBytesOr0(hn::LoadU(d, window + k * SpreadPlan::kWindow),
-                                                    hn::Load(d, plan.choice[g][k])));
-      }
-      StoreGroup<kWeighted>(samples, columns, x, out);
+      StoreGroup<kWeighted>(CollectGroup(row, plan, g), columns, x, out);
     }
   }
 #endif
@@ -134,6 +139,20 @@ void Spread(const uint8_t* row, int64_t step, const StripColumns& columns, const
   }
 }
 
+void CopyLeft(const uint8_t* row, int64_t step, const StripColumns& columns,
+              [[maybe_unused]] const SpreadPlan& plan, uint8_t* out) {
+  int x = 0;
+#if HWY_TARGET != HWY_SCALAR
+  if (plan.windows > 0) {
+    for (int g = 0; x + SpreadPlan::kGroup <= columns.count; ++g, x += SpreadPlan::kGroup) {
+      const DGroup d;
+      hn::StoreU(hn::LowerHalf(d, CollectGroup(row, plan, g)), d, out + x);
+    }
+  }
+#endif
+  for (; x < columns.count; ++x) out[x] = row[columns.left[x] * step];
+}
+
 }  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace vantro
@@ -145,6 +164,7 @@ namespace vantro {
 namespace {
 
 VANTRO_KERNEL_TABLE(Spread);
+VANTRO_KERNEL_TABLE(CopyLeft);
 
 constexpr uint8_t kNone = 0x80;  // shuffle index that gives 0 on every processor
 
@@ -216,6 +236,11 @@ std::pair<const SpreadRow*, const SpreadRow*> RowSpreader::Rows(int32_t upper, i
   if (lower == upper) return {&first, &first};
   fill(second, lower);
   return {&first, &second};
+}
+
+void RowSpreader::CopyLeft(int32_t row, uint8_t* out) const {
+  VANTRO_KERNEL(CopyLeft)
+  (source_.data + row * source_.pitch, source_.step, columns_, plan_, out);
 }
 
 }  // namespace vantro

@@ -61,6 +61,8 @@ class RowSpreader {
   RowSpreader(const ChannelSource& source, const StripColumns& columns);
   // Both rows, valid until the next call.
   std::pair<const SpreadRow*, const SpreadRow*> Rows(int32_t upper, int32_t lower);
+  // The left samples of a row as they are.
+  void CopyLeft(int32_t row, uint8_t* out) const;
 
  private:
   ChannelSource source_;
