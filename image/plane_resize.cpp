@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "image/bilinear_position.h"
+#include "image/strided_copy.h"
 #include "image/transpose.h"
 
 namespace vantro {
@@ -71,8 +72,7 @@ void ResizeStraight(const PlaneResize& plane, int dst_width, int dst_height, uin
     uint8_t* row = dst + first * dst_step;
     for (int y = 0; y < dst_height; ++y, row += dst_pitch) {
       strip.Row(y, dst_step == 1 ? row : packed);
-      if (dst_step == 1) continue;
-      for (int x = 0; x < count; ++x) row[x * dst_step] = packed[x];
+      if (dst_step != 1) ScatterStrided(packed, count, dst_step, row);
     }
     first += count;
   }
