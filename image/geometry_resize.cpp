@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "image/plane_geometry.h"
 #include "image/plane_resize.h"
+#include "image/strided_copy.h"
 #include "support/log.h"
 #include "vantro/image.h"
 
@@ -36,23 +38,26 @@ void ResizeChroma(const PlaneGeometry& g, uint8_t* dst) {
   }
 }
 
-// Every step-th element of `size` bytes from columns and rows that are limited to the plane.
-template <int size>
-void SampleByStep(const uint8_t* src, int src_width, int src_height, int64_t src_stride,
-                  int64_t step, uint8_t* dst, int dst_width, int dst_height, int64_t dst_pitch) {
-  for (int y = 0; y < dst_height; ++y) {
-    const uint8_t* const row = src + std::min<int64_t>(y * step, src_height - 1) * src_stride;
-    uint8_t* const out = dst + y * dst_pitch;
-    for (int64_t x = 0; x < dst_width; ++x) {
-      const uint8_t* const element = row + std::min<int64_t>(x * step, src_width - 1) * size;
-      std::copy_n(element, size, out + x * size);
-    }
+// Columns by integer steps need no limit: dst_width steps of src_width / dst_width end in the row.
+void SampleLuma(const PlaneGeometry& g, uint8_t* dst) {
+  const int64_t step = g.src_width / g.dst_width;
+  for (int y = 0; y < g.dst_height; ++y) {
+    const int64_t row = std::min<int64_t>(y * step, g.src_height - 1);
+    CopyStrided(g.src + row * g.src_stride, step, g.dst_width, dst + int64_t{y} * g.dst_pitch);
   }
 }
 
-void SampleLuma(const PlaneGeometry& g, uint8_t* dst) {
-  SampleByStep<1>(g.src, g.src_width, g.src_height, g.src_stride, g.src_width / g.dst_width, dst,
-                  g.dst_width, g.dst_height, g.dst_pitch);
+void SampleChroma(const PlaneGeometry& g, uint8_t* dst) {
+  if (!g.has_chroma()) return;
+  constexpr int kPair = 2;
+  const int64_t step = g.src_width / g.dst_width;
+  for (int y = 0; y < g.dst_height / 2; ++y, dst += g.dst_pitch) {
+    const int64_t row = std::min<int64_t>(y * step, g.src_height / 2 - 1);
+    const uint8_t* const pairs = g.chroma() + row * g.src_stride;
+    for (int64_t x = 0; x < g.dst_width / 2; ++x) {
+      std::memcpy(dst + x * kPair, pairs + x * step * kPair, kPair);
+    }
+  }
 }
 
 }  // namespace
@@ -91,9 +96,7 @@ void resizeNV21Integer(const unsigned char* src, unsigned char* dst, int srcW, i
   const vantro::PlaneGeometry geometry = {src, srcW, srcH, srcStride, dstW, dstH, dstW};
   if (!geometry.Drawable(dst)) return;
   vantro::SampleLuma(geometry, dst);
-  if (!geometry.has_chroma()) return;
-  vantro::SampleByStep<2>(geometry.chroma(), srcW / 2, srcH / 2, srcStride, srcW / dstW,
-                          dst + int64_t{dstH} * dstW, dstW / 2, dstH / 2, dstW);
+  vantro::SampleChroma(geometry, dst + int64_t{dstH} * dstW);
 }
 
 void resizeYInteger(const unsigned char* src, unsigned char* dst, int srcW, int srcH, int srcStride,
