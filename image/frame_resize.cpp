@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "image/strided_copy.h"
 #include "support/log.h"
 #include "vantro/image.h"
 
@@ -120,9 +121,7 @@ void ResizeUcharHalfSemiPlanar(const unsigned char* src, unsigned char* dst, int
   }
   const int64_t two_rows = int64_t{2} * srcStride;
   for (int y = 0; y < dstH; ++y) {
-    const unsigned char* const src_row = src + y * two_rows;
-    unsigned char* const dst_row = dst + int64_t{y} * dstStride;
-    for (ptrdiff_t x = 0; x < dstW; ++x) dst_row[x] = src_row[2 * x];
+    vantro::CopyStrided(src + y * two_rows, 2, dstW, dst + int64_t{y} * dstStride);
   }
   const unsigned char* const src_chroma = src + int64_t{srcH} * srcStride;
   unsigned char* const dst_chroma = dst + int64_t{dstH} * dstStride;
