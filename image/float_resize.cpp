@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "image/bilinear_position.h"
+#include "image/float_sum_kernels.h"
 #include "vantro/image.h"
 
 namespace vantro {
@@ -36,56 +37,137 @@ void Halve(const float* src, float* dst, int dst_width, int dst_height) {
   }
 }
 
-// The sample pair and the first sample's weight of position `i` of an axis that is doubled. The
-// pairs at both ends stay inside; a lone sample is its own neighbour.
+// Weights and samples of position `i` of an axis that is doubled. The pairs at both ends stay
+// inside; a lone sample is its own neighbour.
 struct DoubledPosition {
   int first;
   int second;
-  float first_weight;
-  float second_weight;
+  RowWeights<float> weights;
 
   DoubledPosition(int i, int src_size)
       : first(std::max(std::min((i - 1) >> 1, src_size - 2), 0)),
         second(std::min(first + 1, src_size - 1)),
-        first_weight(i % 2 == 0 ? 0.25f : 0.75f),
-        second_weight(i % 2 == 0 ? 0.75f : 0.25f) {}
+        weights(i % 2 == 0 ? RowWeights<float>{0.25f, 0.75f} : RowWeights<float>{0.75f, 0.25f}) {}
 };
 
 void Double(const float* src, float* dst, int src_width, int src_height) {
-  for (int y = 0; y < 2 * src_height; ++y) {
+  const ptrdiff_t dst_width = 2 * static_cast<ptrdiff_t>(src_width);
+  for (int y = 0; y < 2 * src_height; ++y, dst += dst_width) {
     const DoubledPosition row(y, src_height);
     const float* const upper = src + static_cast<ptrdiff_t>(row.first) * src_width;
     const float* const lower = src + static_cast<ptrdiff_t>(row.second) * src_width;
-    for (int x = 0; x < 2 * src_width; ++x) {
+    DoubleFloats(upper, lower, src_width, row.weights, dst + 1);
+    for (const int x : {0, 2 * src_width - 1}) {
       const DoubledPosition column(x, src_width);
-      *dst++ = upper[column.first] * row.first_weight * column.first_weight +
-               upper[column.second] * row.first_weight * column.second_weight +
-               lower[column.first] * row.second_weight * column.first_weight +
-               lower[column.second] * row.second_weight * column.second_weight;
+      const auto [wx0, wx1] = column.weights;
+      const auto [wy0, wy1] = row.weights;
+      dst[x] = upper[column.first] * wy0 * wx0 + upper[column.second] * wy0 * wx1 +
+               lower[column.first] * wy1 * wx0 + lower[column.second] * wy1 * wx1;
     }
   }
 }
 
-void ResizeBilinear(const float* src, float* dst, int src_width, int src_height, int dst_width,
-                    int dst_height) {
-  const float step_x = Ratio(src_width, dst_width);
-  const float step_y = Ratio(src_height, dst_height);
-  float position_y = 0.0f;
-  for (int y = 0; y < dst_height; ++y, position_y += step_y) {
-    const int64_t y0 = Truncate(position_y);
-    const float ay = position_y - static_cast<float>(y0);
-    const float* const upper = src + std::min<int64_t>(y0, src_height - 1) * src_width;
-    const float* const lower = src + std::min<int64_t>(y0 + 1, src_height - 1) * src_width;
-    float position_x = 0.0f;
-    for (int x = 0; x < dst_width; ++x, position_x += step_x) {
-      const int64_t x0 = Truncate(position_x);
-      const float ax = position_x - static_cast<float>(x0);
-      const int64_t left = std::min<int64_t>(x0, src_width - 1);
-      const int64_t right = std::min<int64_t>(x0 + 1, src_width - 1);
-      *dst++ = ay * ax * lower[right] +
-               ((1 - ax) * (ay * lower[left]) +
-                ((1 - ay) * (ax * upper[right]) + (1 - ay) * (upper[left] * (1 - ax))));
+// The positions of an axis, one after the other.
+
+// Multiples of the ratio.
+class ScaledAxis {
+ public:
+  using Real = double;
+  ScaledAxis(int src_size, int dst_size)
+      : size_(src_size), scale_(static_cast<double>(Ratio(src_size, dst_size))) {}
+
+  AxisPosition<double> Next() { return LocateOnAxis(scale_ * index_++, size_); }
+
+ private:
+  int size_;
+  double scale_;
+  int index_ = 0;
+};
+
+// Accumulated in single precision. The samples are limited to the axis, the fraction is not.
+class SteppedAxis {
+ public:
+  using Real = float;
+  SteppedAxis(int src_size, int dst_size) : last_(src_size - 1), step_(Ratio(src_size, dst_size)) {}
+
+  AxisPosition<float> Next() {
+    const int64_t first = Truncate(position_);
+    const float fraction = position_ - static_cast<float>(first);
+    position_ += step_;
+    return {static_cast<int32_t>(std::min(first, last_)),
+            static_cast<int32_t>(std::min(first + 1, last_)), 1 - fraction, fraction};
+  }
+
+ private:
+  int64_t last_;
+  float step_;
+  float position_ = 0.0f;
+};
+
+// The samples that the columns of a strip lie between, for two neighbouring rows.
+class FloatSpreader {
+ public:
+  FloatSpreader(const float* src, int width, const int32_t* left, int count)
+      : src_(src), width_(width), left_(left), count_(count) {
+    while (inside_ < count && left[inside_] < width - 1) ++inside_;
+  }
+
+  // The left and the right sample of each column; valid until the row after the next is asked for.
+  const float* Row(int32_t row) {
+    Slot& slot = slots_[row % 2];
+    if (slot.row == row) return slot.samples;
+    slot.row = row;
+    const float* const src = src_ + int64_t{row} * width_;
+    const int32_t* const left = left_;
+    const ptrdiff_t inside = inside_;
+    for (ptrdiff_t x = 0; x < inside; ++x) {
+      std::memcpy(slot.samples + 2 * x, src + left[x], 2 * sizeof(float));
     }
+    std::fill(slot.samples + 2 * inside, slot.samples + 2 * count_, src[width_ - 1]);
+    return slot.samples;
+  }
+
+ private:
+  struct Slot {
+    int32_t row = -1;
+    alignas(64) float samples[2 * kStripColumns];
+  };
+
+  const float* src_;
+  int width_;
+  const int32_t* left_;
+  int count_;
+  int inside_ = 0;  // columns before the last sample
+  Slot slots_[2];
+};
+
+template <typename Axis, typename Sum>
+void ResizeBilinear(const float* src, float* dst, int src_width, int src_height, int dst_width,
+                    int dst_height, Sum sum) {
+  using Real = typename Axis::Real;
+  int32_t left[kStripColumns];
+  alignas(64) Real left_weight[kStripColumns];
+  alignas(64) Real right_weight[kStripColumns];
+  Axis columns(src_width, dst_width);
+  for (int first = 0; first < dst_width;) {
+    const int count = std::min(kStripColumns, dst_width - first);
+    for (int x = 0; x < count; ++x) {
+      const AxisPosition<Real> column = columns.Next();
+      left[x] = column.first;
+      left_weight[x] = column.first_weight;
+      right_weight[x] = column.second_weight;
+    }
+    FloatSpreader spreader(src, src_width, left, count);
+    Axis rows(src_height, dst_height);
+    float* out = dst + first;
+    for (int y = 0; y < dst_height; ++y, out += dst_width) {
+      const AxisPosition<Real> row = rows.Next();
+      const float* const upper = spreader.Row(row.first);
+      const float* const lower = spreader.Row(row.second);
+      sum(upper, lower, {left_weight, right_weight, count}, {row.first_weight, row.second_weight},
+          out);
+    }
+    first += count;
   }
 }
 
@@ -93,29 +175,8 @@ void ResizeBilinear(const float* src, float* dst, int src_width, int src_height,
 }  // namespace vantro
 
 const float* Resize_secure(const float* src, float* dst, int srcW, int srcH, int dstW, int dstH) {
-  using vantro::AxisPosition;
   if (!vantro::Drawable(src, dst, srcW, srcH, dstW, dstH)) return src;
-  const double scale_x = static_cast<double>(vantro::Ratio(srcW, dstW));
-  const double scale_y = static_cast<double>(vantro::Ratio(srcH, dstH));
-  for (int y = 0; y < dstH; ++y) {
-    const AxisPosition row = vantro::LocateOnAxis(scale_y * y, srcH);
-    const float* const upper = src + static_cast<ptrdiff_t>(row.first) * srcW;
-    const float* const lower = src + static_cast<ptrdiff_t>(row.second) * srcW;
-    for (int x = 0; x < dstW; ++x) {
-      const AxisPosition column = vantro::LocateOnAxis(scale_x * x, srcW);
-      // The sum is rounded to single precision after each term.
-      const auto add = [](float sum, double weight_x, double weight_y, float sample) {
-        return static_cast<float>(static_cast<double>(sum) +
-                                  weight_x * weight_y * static_cast<double>(sample));
-      };
-      float sum = 0.0f;
-      sum = add(sum, column.first_weight, row.first_weight, upper[column.first]);
-      sum = add(sum, column.first_weight, row.second_weight, lower[column.first]);
-      sum = add(sum, column.second_weight, row.first_weight, upper[column.second]);
-      sum = add(sum, column.second_weight, row.second_weight, lower[column.second]);
-      *dst++ = sum;
-    }
-  }
+  vantro::ResizeBilinear<vantro::ScaledAxis>(src, dst, srcW, srcH, dstW, dstH, &vantro::SumRounded);
   return src;
 }
 
@@ -150,7 +211,8 @@ const float* resizeFloat_Bilinear(const float* src, float* dst, int srcW, int sr
   } else if (is_double(dstW, srcW) && is_double(dstH, srcH)) {
     vantro::Double(src, dst, srcW, srcH);
   } else {
-    vantro::ResizeBilinear(src, dst, srcW, srcH, dstW, dstH);
+    vantro::ResizeBilinear<vantro::SteppedAxis>(src, dst, srcW, srcH, dstW, dstH,
+                                                &vantro::SumFloats);
   }
   return src;
 }

@@ -9,7 +9,7 @@
 namespace vantro {
 namespace {
 
-AxisPosition Locate(const AxisRule& rule, int index, int size) {
+AxisPosition<double> Locate(const AxisRule& rule, int index, int size) {
   const double position = rule.scale * index;
   return LocateOnAxis(rule.single ? static_cast<double>(static_cast<float>(position)) : position,
                       size);
@@ -18,7 +18,7 @@ AxisPosition Locate(const AxisRule& rule, int index, int size) {
 struct StripPositions {
   StripPositions(const AxisRule& rule, int size, int first, int count) {
     for (int i = 0; i < count; ++i) {
-      const AxisPosition column = Locate(rule, first + i, size);
+      const AxisPosition<double> column = Locate(rule, first + i, size);
       left[i] = column.first;
       right[i] = column.second;
       left_weight[i] = column.first_weight;
@@ -43,7 +43,7 @@ class Strip {
         spreader_(plane.source, {positions_.left, positions_.right, count}) {}
 
   void Row(int index, uint8_t* out) {
-    const AxisPosition row = Locate(plane_.rows, index, plane_.src_height);
+    const AxisPosition<double> row = Locate(plane_.rows, index, plane_.src_height);
     const bool upper_only = row.second_weight == 0.0;
     if (upper_only && left_only_) {
       spreader_.CopyLeft(row.first, out);
