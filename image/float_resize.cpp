@@ -190,14 +190,21 @@ const float* resizeSpareDisparityNearest(const float* src, float* dst, int srcW,
     return std::min(static_cast<int64_t>(std::floor(static_cast<double>(position) + 0.5)),
                     static_cast<int64_t>(size - 1));
   };
-  float position_y = 0.0f;
-  for (int y = 0; y < dstH; ++y, position_y += step_y) {
-    const float* const row = src + nearest(position_y, srcH) * srcW;
-    float position_x = 0.0f;
-    for (int x = 0; x < dstW; ++x, position_x += step_x) {
-      const float sample = row[nearest(position_x, srcW)];
-      *dst++ = static_cast<double>(sample - invalid) < 0.1 ? invalid : sample * value_scale;
+  int64_t columns[vantro::kStripColumns];
+  float position_x = 0.0f;
+  for (int first = 0; first < dstW;) {
+    const int count = std::min(vantro::kStripColumns, dstW - first);
+    for (int x = 0; x < count; ++x, position_x += step_x) columns[x] = nearest(position_x, srcW);
+    float* out = dst + first;
+    float position_y = 0.0f;
+    for (int y = 0; y < dstH; ++y, position_y += step_y, out += dstW) {
+      const float* const row = src + nearest(position_y, srcH) * srcW;
+      for (int x = 0; x < count; ++x) {
+        const float sample = row[columns[x]];
+        out[x] = static_cast<double>(sample - invalid) < 0.1 ? invalid : sample * value_scale;
+      }
     }
+    first += count;
   }
   return src;
 }
