@@ -174,12 +174,12 @@ TEST_F(HostileSizes, ScratchMemoryPast32BitsIsRefused) {
 
 TEST_F(HostileSizes, AColourRowMayHaveMoreSamplesThanAnIntCounts) {
   constexpr int kWidth = 1 << 30;
-  constexpr size_t kBytes = size_t{3} * kWidth;
-  void* const pages = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE,
-                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  constexpr size_t kBytes = size_t{3} * kWidth, kLastSampled = kBytes / 4 * 3;
+  void* const pages = mmap(nullptr, kBytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   ASSERT_NE(pages, MAP_FAILED);
   auto* const src = static_cast<uint8_t*>(pages);
-  for (size_t i : {0, 1, 2}) src[kBytes / 4 * 3 + i] = static_cast<uint8_t>(i + 1);
+  ASSERT_EQ(mprotect(src + kLastSampled, 4096, PROT_READ | PROT_WRITE), 0);
+  for (size_t i : {0, 1, 2}) src[kLastSampled + i] = static_cast<uint8_t>(i + 1);
   std::vector<uint8_t> dst(12, 7);
   resizeUcharRGB(src, dst.data(), kWidth, 1, 4, 1);
   EXPECT_EQ(dst, (std::vector<uint8_t>{0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3}));
