@@ -4,6 +4,7 @@
 #include "vantro/image.h"
 
 #if defined(VANTRO_HAVE_OPENCV)
+#include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #endif
 
@@ -51,17 +52,13 @@ void PlaneC(benchmark::State& state) {
   });
 }
 
-void OneChannel(benchmark::State& state) {
-  Run(state, 1, [](const uint8_t* src, uint8_t* dst, const Shape& s) {
-    ResizeUcharChl(src, dst, s.src_width, s.src_width, s.src_height, s.dst_width, s.dst_height, 1);
-  });
-}
-
-void TwoChannels(benchmark::State& state) {
-  Run(state, 2, [](const uint8_t* src, uint8_t* dst, const Shape& s) {
-    for (int c = 0; c < 2; ++c) {
+// The first `kResized` of `kChannels` interleaved channels, a call each.
+template <int kResized, int kChannels>
+void Channels(benchmark::State& state) {
+  Run(state, kChannels, [](const uint8_t* src, uint8_t* dst, const Shape& s) {
+    for (int c = 0; c < kResized; ++c) {
       ResizeUcharChl(src + c, dst + c, s.src_width, s.src_width, s.src_height, s.dst_width,
-                     s.dst_height, 2);
+                     s.dst_height, kChannels);
     }
   });
 }
@@ -73,8 +70,9 @@ void Copy(benchmark::State& state) {
 
 BENCHMARK(Plane)->DenseRange(0, 3);
 BENCHMARK(PlaneC)->DenseRange(0, 3);
-BENCHMARK(OneChannel)->DenseRange(0, 3);
-BENCHMARK(TwoChannels)->DenseRange(0, 3);
+BENCHMARK(Channels<1, 1>)->Name("Channel")->DenseRange(0, 3);
+BENCHMARK(Channels<1, 2>)->Name("OneOfTwoChannels")->DenseRange(0, 3);
+BENCHMARK(Channels<2, 2>)->Name("TwoChannels")->DenseRange(0, 3);
 BENCHMARK(Copy)->DenseRange(0, 3);
 
 #if defined(VANTRO_HAVE_OPENCV)
@@ -88,8 +86,20 @@ void OpenCv(benchmark::State& state) {
   });
 }
 
+// One channel of two on its way to a plane of its own.
+void OpenCvExtracted(benchmark::State& state) {
+  cv::setNumThreads(1);
+  cv::Mat channel;
+  Run(state, 2, [&](uint8_t* src, uint8_t* dst, const Shape& s) {
+    cv::extractChannel(cv::Mat(s.src_height, s.src_width, CV_8UC2, src), channel, 0);
+    cv::Mat to(s.dst_height, s.dst_width, CV_8UC1, dst);
+    cv::resize(channel, to, to.size(), 0, 0, cv::INTER_LINEAR);
+  });
+}
+
 BENCHMARK(OpenCv<1>)->Name("OpenCvPlane")->DenseRange(0, 3);
 BENCHMARK(OpenCv<2>)->Name("OpenCvTwoChannels")->DenseRange(0, 3);
+BENCHMARK(OpenCvExtracted)->DenseRange(0, 3);
 #endif
 
 }  // namespace

@@ -10,7 +10,8 @@ MEMCPY = "memcpy"
 ONE_LANE = "itself at one lane"
 
 # bench/image and bench/motion have names of their own: program -> name before the arguments ->
-# (operation, who). A third entry is the bytes touched, by the arguments.
+# (operation, who). A peer may serve several operations. A third entry is the bytes touched, by the
+# arguments.
 PIXELS = 1920 * 1080
 RESIZES = ["1920x1080 to 100x100", "320x180 to 1920x1080", "1440x1080 to 1920x1440",
            "1920x1440 to 1440x1080"]
@@ -37,10 +38,13 @@ OTHER_NAMES = {
     "bench_channel_resize": {
         "Plane": ("ResizeUchar", VANTRO),
         "PlaneC": ("ResizeUchar (C linkage)", VANTRO),
-        "OneChannel": ("ResizeUcharChl", VANTRO),
+        "Channel": ("ResizeUcharChl", VANTRO),
+        "OneOfTwoChannels": ("ResizeUcharChl, one of 2 channels", VANTRO),
         "TwoChannels": ("ResizeUcharChl, both of 2 channels", VANTRO),
-        "OpenCvPlane": ("ResizeUchar", "OpenCV"),
-        "OpenCvTwoChannels": ("ResizeUcharChl, both of 2 channels", "OpenCV"),
+        "OpenCvPlane": (("ResizeUchar", "ResizeUcharChl"), "OpenCV"),
+        "OpenCvExtracted": ("ResizeUcharChl, one of 2 channels", "OpenCV, extracted first"),
+        "OpenCvTwoChannels": (("ResizeUcharChl, one of 2 channels",
+                               "ResizeUcharChl, both of 2 channels"), "OpenCV, both at once"),
         "Copy": (MEMCPY, MEMCPY),
     },
     "bench_geometry": {
@@ -117,21 +121,21 @@ def _case(program, operation, arguments):
 
 
 def _translate(program, name):
-    """(operation, who, case, bytes touched or None) of a benchmark."""
+    """(operations, who, case, bytes touched or None) of a benchmark."""
     name = name.removesuffix("/process_time").removesuffix("/real_time")
     if program in OTHER_NAMES:
         head, _, arguments = name.partition("/")
-        operation, who, *touched = OTHER_NAMES[program].get(head, (head, VANTRO))
+        operations, who, *touched = OTHER_NAMES[program].get(head, (head, VANTRO))
+        if isinstance(operations, str):
+            operations = (operations,)
         count = touched[0].get(arguments) if touched else None
-        if program == "bench_channel_resize" and "both" not in operation:
+        if program == "bench_channel_resize" and "of 2" not in operations[0]:
             count = RESIZE_BYTES[int(arguments)]
-        if operation == MEMCPY and count is None:
+        if operations[0] == MEMCPY and count is None:
             count = int(arguments)
-        return operation, who, _case(program, operation, arguments), count
+        return operations, who, _case(program, operations[0], arguments), count
     operation, who, case = name.split("/", 2)
-    if operation == MEMCPY:
-        return operation, who, case, int(case)
-    return operation, who, case, None
+    return (operation,), who, case, int(case) if operation == MEMCPY else None
 
 
 def read(folder):
@@ -148,21 +152,22 @@ def read(folder):
         for entry in report["benchmarks"]:
             if entry.get("aggregate_name") != "median":
                 continue
-            operation, who, case, touched = _translate(program, entry["run_name"])
+            operations, who, case, touched = _translate(program, entry["run_name"])
             who = ONE_LANE if one_lane else who
             time = entry["cpu_time"] * MICROSECONDS[entry["time_unit"]]
-            if operation == MEMCPY:
+            if operations[0] == MEMCPY:
                 copies[touched] = time
                 continue
-            row = rows.setdefault((program, operation, case), Row(operation, case, program))
-            if who == VANTRO:
-                # The repetitions come in a random order; families are numbered as registered.
-                row.order = (entry["family_index"], entry["per_family_instance_index"])
-                row.time = time
-                row.touched = touched or int(entry.get("touched", 0))
-                mine.append(row)
-            else:
-                row.peers[who] = time
+            for operation in operations:
+                row = rows.setdefault((program, operation, case), Row(operation, case, program))
+                if who == VANTRO:
+                    # The repetitions come in a random order; families are numbered as registered.
+                    row.order = (entry["family_index"], entry["per_family_instance_index"])
+                    row.time = time
+                    row.touched = touched or int(entry.get("touched", 0))
+                    mine.append(row)
+                else:
+                    row.peers[who] = time
         for row in mine:
             row.memcpy = copies.get(row.touched, 0.0)
     measured = [row for row in rows.values() if row.time]

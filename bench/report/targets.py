@@ -24,11 +24,6 @@ class Target:
 
 # What the profile shows where a target is missed, by a part of its work.
 REASONS = {
-    "both of 2 channels`, 1920x1080 to 100x100": "a call resizes one channel, so the sampled lines "
-    "of the frame are fetched once a call, twice in all, and two thirds of the time go into fetching "
-    "them; the peer fetches them once.",
-    "both of 2 channels`, 1920x1440 to 1440x1080": "the same: two thirds of the time go into loads of "
-    "the source, which wait for memory in either call.",
     "resizeYrotateMinus90, bilinear": "each of the four terms of a pixel is a product of three numbers "
     "in double precision that is truncated before it is added: 8 multiplications, 4 truncations and "
     "3 additions on lanes of 64 bits for every byte written. The fastest peer, which may round once, "
@@ -88,7 +83,7 @@ def evaluate(rows):
     for operation in CONVERSIONS:
         for row in find(operation):
             add(row, "at most libyuv's conversion", 1.0, row.peer_ratio)
-    for operation in ("ResizeUchar", "ResizeUcharChl, both of 2 channels"):
+    for operation in ("ResizeUchar", "ResizeUcharChl", "ResizeUcharChl, one of 2 channels"):
         for row in find(operation):
             add(row, "at most OpenCV's linear `resize`", 1.0, row.peer_ratio)
     for row in rows:
