@@ -171,6 +171,16 @@ void ResizeBilinear(const float* src, float* dst, int src_width, int src_height,
   }
 }
 
+// Writes each of `count` pixels of two channels twice.
+void RepeatPixels(const float* src, int count, float* dst) {
+  for (ptrdiff_t i = 0; i < count; ++i) {
+    uint64_t pixel;
+    std::memcpy(&pixel, src + 2 * i, sizeof(pixel));
+    std::memcpy(dst + 4 * i, &pixel, sizeof(pixel));
+    std::memcpy(dst + 4 * i + 2, &pixel, sizeof(pixel));
+  }
+}
+
 }  // namespace
 }  // namespace vantro
 
@@ -232,6 +242,8 @@ const float* resizeFloat_Nearest_2Ch(const float* src, float* dst, int srcW, int
   };
   const float scale_x = vantro::Ratio(srcW, dstW);
   const float scale_y = vantro::Ratio(srcH, dstH);
+  constexpr int kMostExact = 1 << 24;  // columns that single precision holds
+  const bool doubled = srcW <= kMostExact / 2 && dstW == 2 * srcW;
   constexpr int kStrip = 512;
   constexpr size_t kPair = 2 * sizeof(float);
   int64_t columns[kStrip];
@@ -245,8 +257,9 @@ const float* resizeFloat_Nearest_2Ch(const float* src, float* dst, int srcW, int
       // As bytes: the values need not be numbers.
       if (row == above) {
         std::memcpy(out, out - int64_t{2} * dstW, static_cast<size_t>(count) * kPair);
+      } else if (const float* const samples = src + row * 2 * srcW; doubled) {
+        vantro::RepeatPixels(samples + first, count / 2, out);
       } else {
-        const float* const samples = src + row * 2 * srcW;
         for (int x = 0; x < count; ++x) std::memcpy(out + 2 * x, samples + columns[x], kPair);
       }
       above = row;
