@@ -15,12 +15,6 @@
 namespace vantro {
 namespace {
 
-void ClearField(float* field, const ME_Handler& handle) {
-  const size_t bytes =
-      2 * sizeof(float) * static_cast<size_t>(int64_t{handle.width} * handle.height);
-  memset_s(field, bytes, 0, bytes);
-}
-
 // Columns c0 to c1 - 1 and rows r0 to r1 - 1 of a field.
 struct Region {
   int64_t c0, c1, r0, r1;
@@ -88,11 +82,6 @@ int JudgeMotion(const ME_Handler& handle, float global_threshold, const Region& 
     VANTRO_LOGE(kTagPlain, "doOpticalFlow_global_t Failed!");
     return -1;
   }
-  for (int64_t i = 0; i < pixels; ++i) {
-    field[static_cast<size_t>(2 * i)] = handle.flow_x[i];
-    field[static_cast<size_t>(2 * i + 1)] = handle.flow_y[i];
-  }
-
   const int64_t count = region.count();
   const TrackedBlock<float> local = AllocTracked<float>(static_cast<uint64_t>(2 * count), kName);
   if (local == nullptr && count > 0) {
@@ -112,7 +101,12 @@ int JudgeMotion(const ME_Handler& handle, float global_threshold, const Region& 
   const bool local_motion = count == 0
                                 ? 0.0f > local_threshold
                                 : MeanExceeds(local.get(), 2 * count, count, local_threshold);
-  return local_motion || MeanExceeds(field.get(), 2 * pixels, 1, global_threshold) ? 1 : 0;
+  if (local_motion) return 1;
+  for (int64_t i = 0; i < pixels; ++i) {
+    field[static_cast<size_t>(2 * i)] = handle.flow_x[i];
+    field[static_cast<size_t>(2 * i + 1)] = handle.flow_y[i];
+  }
+  return MeanExceeds(field.get(), 2 * pixels, 1, global_threshold) ? 1 : 0;
 }
 
 // Its release is logged even when there was no handle to be had.
@@ -143,16 +137,19 @@ int doOpticalFlow(ME_Handler* handle, unsigned char* image2) {
   float* const* const first = handle->poly[handle->next_set];
   float* const* const second = handle->poly[1 - handle->next_set];
 
-  ClearField(handle->flow_a, *handle);
-  ClearField(handle->flow_b, *handle);
+  // The coarsest level starts without motion; every other field is written before it is read.
+  LevelSize coarser = SizeOfLevel(*handle, handle->max_level);
+  const size_t bytes =
+      2 * sizeof(float) * static_cast<size_t>(int64_t{coarser.width} * coarser.height);
+  memset_s(handle->flow_a, bytes, 0, bytes);
   float* field = handle->flow_a;
   float* spare = handle->flow_b;
-  LevelSize coarser = {};
   for (int level = handle->max_level; level >= 0; --level) {
     const LevelSize size = SizeOfLevel(*handle, level);
     if (level < handle->max_level) {
+      // Before the pixels are repeated, there are fewer of them.
+      __pointMulit(field, 2.0f, coarser.width, coarser.height);
       resizeFloat_Nearest_2Ch(field, spare, coarser.width, coarser.height, size.width, size.height);
-      __pointMulit(spare, 2.0f, size.width, size.height);
       std::swap(field, spare);
     }
     opticalFKUpdateMatrices(first[level], second[level], field, size.width, size.height,
