@@ -50,14 +50,14 @@ void PlainColumn(const RowsAround& image, ptrdiff_t x, const ExpansionKernel& ke
 
 #if HWY_TARGET != HWY_SCALAR
 
-// Two vectors of columns share the weights and the rows' addresses.
-template <class D>
-HWY_INLINE void TwoVectors(D d, const RowsAround& image, const ptrdiff_t (&x)[2],
-                           const ExpansionKernel& kernel, const MomentRows& rows) {
+// Vectors of columns at every x; several share the weights and the rows' addresses.
+template <class D, size_t kCount>
+HWY_INLINE void Vectors(D d, const RowsAround& image, const ptrdiff_t (&x)[kCount],
+                        const ExpansionKernel& kernel, const MomentRows& rows) {
   using V = hn::Vec<D>;
-  V t0[2], t1[2], t2[2];
+  V t0[kCount], t1[kCount], t2[kCount];
   const V g0 = hn::Set(d, kernel.g[0]);
-  for (int i = 0; i < 2; ++i) {
+  for (size_t i = 0; i < kCount; ++i) {
     t0[i] = hn::Mul(hn::LoadU(d, image.row + x[i]), g0);
     t1[i] = t2[i] = hn::Zero(d);
   }
@@ -67,7 +67,7 @@ HWY_INLINE void TwoVectors(D d, const RowsAround& image, const ptrdiff_t (&x)[2]
     const V g = hn::Set(d, kernel.g[k]);
     const V xg = hn::Set(d, kernel.xg[k]);
     const V xxg = hn::Set(d, kernel.xxg[k]);
-    for (int i = 0; i < 2; ++i) {
+    for (size_t i = 0; i < kCount; ++i) {
       const V s0 = hn::LoadU(d, above + x[i]);
       const V s1 = hn::LoadU(d, below + x[i]);
       const V both = hn::Add(s0, s1);
@@ -76,7 +76,7 @@ HWY_INLINE void TwoVectors(D d, const RowsAround& image, const ptrdiff_t (&x)[2]
       t2[i] = hn::Add(t2[i], hn::Mul(xxg, both));
     }
   }
-  for (int i = 0; i < 2; ++i) {
+  for (size_t i = 0; i < kCount; ++i) {
     hn::StoreU(t0[i], d, rows.t0 + x[i]);
     hn::StoreU(t1[i], d, rows.t1 + x[i]);
     hn::StoreU(t2[i], d, rows.t2 + x[i]);
@@ -92,11 +92,13 @@ void Columns(const float* image, ptrdiff_t width, ptrdiff_t height, ptrdiff_t y,
   const hn::ScalableTag<float> d;
   const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
   if (width >= lanes) {
-    // The last vectors cover some columns again.
+    // The last vector covers some columns again.
     const ptrdiff_t last = width - lanes;
-    for (ptrdiff_t x = 0; x < width; x += 2 * lanes) {
-      TwoVectors(d, around, {HWY_MIN(x, last), HWY_MIN(x + lanes, last)}, kernel, rows);
+    ptrdiff_t x = 0;
+    for (; x < last; x += 2 * lanes) {
+      Vectors(d, around, {x, HWY_MIN(x + lanes, last)}, kernel, rows);
     }
+    if (x < width) Vectors(d, around, {last}, kernel, rows);
     return;
   }
 #endif

@@ -169,13 +169,34 @@ HWY_INLINE void OneVector(D d, const MomentRows& rows, ptrdiff_t x, const Expans
             hn::Mul(sums.b6, hn::Set(d, kernel.ig55)), dst + 5 * x);
 }
 
+// The last `rest` pixels of a row, and some before them again: a vector as short as will do.
+template <class D>
+HWY_INLINE void LastVector(D d, const MomentRows& rows, ptrdiff_t width, ptrdiff_t rest,
+                           const ExpansionKernel& kernel, float* dst) {
+  const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
+  if constexpr (hn::MaxLanes(D()) > 4) {
+    if (rest <= lanes / 2) return LastVector(hn::Half<D>(), rows, width, rest, kernel, dst);
+  }
+  OneVector(d, rows, width - lanes, kernel, dst);
+}
+
 #endif  // HWY_TARGET != HWY_SCALAR
 
-void RepeatEnds(float* line, ptrdiff_t width, ptrdiff_t reach) {
-  for (ptrdiff_t k = 1; k <= reach; ++k) {
-    line[-k] = line[0];
-    line[width - 1 + k] = line[width - 1];
+void Fill(float* begin, ptrdiff_t count, float value) {
+  ptrdiff_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::FixedTag<float, 4> d;
+  // The last four may come twice.
+  for (; count >= 4 && i < count; i += 4) {
+    hn::StoreU(hn::Set(d, value), d, begin + HWY_MIN(i, count - 4));
   }
+#endif
+  for (; i < count; ++i) begin[i] = value;
+}
+
+void RepeatEnds(float* line, ptrdiff_t width, ptrdiff_t reach) {
+  Fill(line - reach, reach, line[0]);
+  Fill(line + width, reach, line[width - 1]);
 }
 
 void Row(const MomentRows& rows, ptrdiff_t width, const ExpansionKernel& kernel, float* dst) {
@@ -186,10 +207,9 @@ void Row(const MomentRows& rows, ptrdiff_t width, const ExpansionKernel& kernel,
   const hn::ScalableTag<float> d;
   const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
   if (width >= lanes) {
-    // The last vector covers some pixels again.
-    for (ptrdiff_t x = 0; x < width; x += lanes) {
-      OneVector(d, rows, HWY_MIN(x, width - lanes), kernel, dst);
-    }
+    ptrdiff_t x = 0;
+    for (; x + lanes <= width; x += lanes) OneVector(d, rows, x, kernel, dst);
+    if (x < width) LastVector(d, rows, width, width - x, kernel, dst);
     return;
   }
 #endif
