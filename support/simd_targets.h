@@ -32,8 +32,8 @@
 // Everything compiled for a higher level stays in the target's anonymous namespace; anything else
 // that such a kernel needs (standard headers included) is included above HWY_BEFORE_NAMESPACE, so
 // that no inline function built for a wider processor can replace a baseline one at link time.
-// A fused multiply-add on floats gives other bits than separate rounding: a kernel uses it only where
-// it shows that it does not (motion/expansion_row.cpp).
+// A fused multiply-add on floats gives other bits than separate rounding: a kernel uses it only
+// where it shows that it does not (motion/expansion_row.cpp).
 #ifndef VANTRO_SUPPORT_SIMD_TARGETS_H_
 #define VANTRO_SUPPORT_SIMD_TARGETS_H_
 
