@@ -54,6 +54,28 @@ HWY_INLINE void SpanVectors(D16 d16, const uint8_t* const* lines, const uint16_t
   for (; x + lanes <= width; x += lanes) vector_at(x);
   if (x < width) vector_at(width - lanes);
 }
+
+// The same for the weights 64, 128, 64: (above + 2 * centre + below + 2) / 4 as the mean, rounded
+// up, of the centre and of the mean, rounded down, of the others. The odd unit that is rounded down
+// never decides.
+template <class D8>
+HWY_INLINE void SpanMeans(D8 d8, const uint8_t* const* lines, size_t width,
+                          uint8_t* HWY_RESTRICT out) {
+  const uint8_t* const above = lines[0];
+  const uint8_t* const centre = lines[1];
+  const uint8_t* const below = lines[2];
+  const auto vector_at = [&](size_t x) HWY_ATTR {
+    const auto a = hn::LoadU(d8, above + x);
+    const auto b = hn::LoadU(d8, below + x);
+    const auto odd = hn::And(hn::Xor(a, b), hn::Set(d8, 1));
+    const auto mean = hn::Sub(hn::AverageRound(a, b), odd);
+    hn::StoreU(hn::AverageRound(mean, hn::LoadU(d8, centre + x)), d8, out + x);
+  };
+  const size_t lanes = hn::Lanes(d8);
+  size_t x = 0;
+  for (; x + lanes <= width; x += lanes) vector_at(x);
+  if (x < width) vector_at(width - lanes);
+}
 #endif
 
 template <int kReach>
@@ -62,6 +84,12 @@ void Span(const uint8_t* const* lines, const uint16_t* taps, size_t width,
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<uint16_t> wide;
   const hn::CappedTag<uint16_t, 8> narrow;
+  if (kReach == 1 && taps[0] == 64) {  // and 128 in the middle, as they sum to 256
+    const hn::ScalableTag<uint8_t> bytes;
+    const hn::CappedTag<uint8_t, 16> few_bytes;
+    if (width >= hn::Lanes(bytes)) return SpanMeans(bytes, lines, width, out);
+    if (width >= hn::Lanes(few_bytes)) return SpanMeans(few_bytes, lines, width, out);
+  }
   if (width >= hn::Lanes(wide)) return SpanVectors<kReach>(wide, lines, taps, width, out);
   if (width >= hn::Lanes(narrow)) return SpanVectors<kReach>(narrow, lines, taps, width, out);
 #endif
@@ -101,15 +129,22 @@ void ShortRowOf(const uint8_t* row, const BlurWeights& weights, size_t width, ui
   LinesOf<kReach>(lines, weights, width, out);
 }
 
-// The first and the last samples of a longer row. Both ends lie side by side, in one stretch; what
-// it gives for the seam is dropped.
+// The first and the last samples of a longer row. Both ends, if they are more than a sample each,
+// lie side by side, in one stretch; what it gives for the seam is dropped.
 template <int kReach>
 HWY_INLINE void RowEndsOf(const uint8_t* row, const BlurWeights& weights, size_t width,
                           uint8_t* out) {
+  const uint8_t* const end = row + width;
+  if constexpr (kReach == 1) {
+    const uint8_t* const first[] = {row + 1, row, row + 1};
+    const uint8_t* const last[] = {end - 2, end - 1, end - 2};
+    LinesOf<1>(first, weights, 1, out);
+    LinesOf<1>(last, weights, 1, out + width - 1);
+    return;
+  }
   uint8_t samples[6 * kReach];
   uint8_t blurred[4 * kReach];
   const uint8_t* lines[2 * kReach + 1];
-  const uint8_t* const end = row + width;
   for (int i = 0; i < kReach; ++i) {
     samples[i] = row[kReach - i];
     samples[5 * kReach + i] = end[-2 - i];
