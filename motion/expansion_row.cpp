@@ -207,9 +207,11 @@ void Row(const MomentRows& rows, ptrdiff_t width, const ExpansionKernel& kernel,
   const hn::ScalableTag<float> d;
   const ptrdiff_t lanes = static_cast<ptrdiff_t>(hn::Lanes(d));
   if (width >= lanes) {
-    ptrdiff_t x = 0;
+    // The first vector comes last: its loads would wait for the end that has just been stored.
+    ptrdiff_t x = lanes;
     for (; x + lanes <= width; x += lanes) OneVector(d, rows, x, kernel, dst);
     if (x < width) LastVector(d, rows, width, width - x, kernel, dst);
+    OneVector(d, rows, 0, kernel, dst);
     return;
   }
 #endif

@@ -5,6 +5,7 @@
 
 #include "image/try_resize.h"
 #include "motion/flow_handle.h"
+#include "motion/polynomial_expansion.h"
 #include "support/log.h"
 #include "vantro/bounded.h"
 #include "vantro/motion.h"
@@ -38,8 +39,8 @@ bool BuildLevel(ME_Handler* handle, const uint8_t* image, int level, int n, floa
   __convertToFloat(handle->blur_img, handle->src_f, size.width, size.height);
   float* const kernel_buffer = handle->tmp_fImg;
   float* const row_buffer = kernel_buffer + 6 * static_cast<ptrdiff_t>(n) + 3;
-  if (opticalFKPolyExp(handle->src_f, poly, kernel_buffer, row_buffer, size.width, size.height, n,
-                       static_cast<double>(sigma)) != 0) {
+  if (ExpandImage(handle->src_f, poly, kernel_buffer, row_buffer, size.width, size.height, n,
+                  static_cast<double>(sigma), true) != 0) {
     // No structure, rather than what an earlier image or nothing at all has left here.
     memset_s(poly, 5 * pixels * sizeof(float), 0, 5 * pixels * sizeof(float));
   }

@@ -4,6 +4,8 @@
 // the least-squares fit under Gaussian weights. With the moments b of the image under the weights
 // 1, x, y, x*x, y*y, x*y the fit is r = inverse(G) * b, where G holds the moments of the weights
 // alone; four distinct elements of the inverse are enough.
+#include "motion/polynomial_expansion.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -104,6 +106,32 @@ bool InvertMoments(const float* g, ptrdiff_t reach, ExpansionKernel* kernel) {
 }
 
 }  // namespace
+
+int ExpandImage(const float* src, float* dst, float* kernel_buffer, float* row_buffer, int width,
+                int height, int n, double sigma, bool byte_range) {
+  const ptrdiff_t reach = n;
+  const ptrdiff_t length = 2 * reach + 1;
+  const KernelLines lines = {kernel_buffer + reach, kernel_buffer + length + reach,
+                             kernel_buffer + 2 * length + reach};
+  ExpansionKernel kernel = {lines.g, lines.xg, lines.xxg, reach, 0, 0, 0, 0, false};
+  if (n == kFixedReach && std::fabs(sigma - kFixedSigma) < static_cast<double>(kEpsilon)) {
+    FillFixed(lines, &kernel);
+    kernel.byte_moments = byte_range;
+  } else {
+    FillWeights(lines, reach, sigma);
+    if (!InvertMoments(lines.g, reach, &kernel)) return -1;
+  }
+
+  const ptrdiff_t pitch = width + 2 * reach;
+  const MomentRows rows = {row_buffer + reach, row_buffer + pitch + reach,
+                           row_buffer + 2 * pitch + reach};
+  for (ptrdiff_t y = 0; y < height; ++y) {
+    ExpandColumns(src, width, height, y, kernel, rows);
+    ExpandRow(rows, width, kernel, dst + 5 * y * width);
+  }
+  return 0;
+}
+
 }  // namespace vantro
 
 int opticalFKPolyExp(const float* src, float* dst, float* kernel_buffer, float* row_buffer,
@@ -112,26 +140,6 @@ int opticalFKPolyExp(const float* src, float* dst, float* kernel_buffer, float* 
       width < 1 || height < 1 || n < 0) {
     return -1;
   }
-  const ptrdiff_t reach = n;
-  const ptrdiff_t length = 2 * reach + 1;
-  const vantro::KernelLines lines = {kernel_buffer + reach, kernel_buffer + length + reach,
-                                     kernel_buffer + 2 * length + reach};
-  vantro::ExpansionKernel kernel = {lines.g, lines.xg, lines.xxg, reach, 0, 0, 0, 0, false};
-  if (n == vantro::kFixedReach &&
-      std::fabs(sigma - vantro::kFixedSigma) < static_cast<double>(vantro::kEpsilon)) {
-    vantro::FillFixed(lines, &kernel);
-    kernel.byte_moments = vantro::HasByteRange(src, ptrdiff_t{width} * height);
-  } else {
-    vantro::FillWeights(lines, reach, sigma);
-    if (!vantro::InvertMoments(lines.g, reach, &kernel)) return -1;
-  }
-
-  const ptrdiff_t pitch = width + 2 * reach;
-  const vantro::MomentRows rows = {row_buffer + reach, row_buffer + pitch + reach,
-                                   row_buffer + 2 * pitch + reach};
-  for (ptrdiff_t y = 0; y < height; ++y) {
-    vantro::ExpandColumns(src, width, height, y, kernel, rows);
-    vantro::ExpandRow(rows, width, kernel, dst + 5 * y * width);
-  }
-  return 0;
+  return vantro::ExpandImage(src, dst, kernel_buffer, row_buffer, width, height, n, sigma,
+                             vantro::HasByteRange(src, ptrdiff_t{width} * height));
 }
