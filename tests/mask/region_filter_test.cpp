@@ -160,22 +160,5 @@ TEST(RegionSteps, StopAtALabelThatIsNoRegion) {
   EXPECT_EQ(JudgeArea(labels.data(), guide.data(), 5, -1, 2, flags.data()), 0);
 }
 
-TEST(RegionSteps, ClearByAreaAndByFlag) {
-  std::vector<int> labels = {0, 1, 2, 2, 1, 0};
-  std::vector<int> area = {5, 4, -1};
-  std::vector<int> flags = {0, 1, 0};
-  Bytes mask = {1, 2, 3, 4, 5, 6};
-  EXPECT_EQ(getMask(mask.data(), labels.data(), 2, 3, 0, area.data(), 5), 0);
-  EXPECT_EQ(mask, (Bytes{1, 0, 0, 0, 0, 6}));
-
-  mask = {1, 2, 3, 4, 5, 6};
-  getMaskBase_part(mask.data(), labels.data(), 2, 1, 2, flags.data());
-  EXPECT_EQ(mask, (Bytes{1, 2, 0, 0, 5, 6}));
-  getMaskBase_part(mask.data(), labels.data(), 2, 2, 1, flags.data());
-  EXPECT_EQ(mask, (Bytes{1, 2, 0, 0, 5, 6}));
-  EXPECT_EQ(getMaskbyBase(mask.data(), labels.data(), 2, 3, flags.data()), 0);
-  EXPECT_EQ(mask, (Bytes{0, 2, 0, 0, 5, 0}));
-}
-
 }  // namespace
 }  // namespace vantro::test
