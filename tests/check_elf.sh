@@ -1,6 +1,6 @@
 #!/bin/sh
-# Reads the ELF headers of a shared library: hardened, and needing nothing but the C and C++
-# run-time libraries.
+# Reads the ELF headers of a shared library: hardened, needing nothing but the C and C++ run-time
+# libraries, and calling its own functions even in a host that has others of the same names.
 # usage: check_elf.sh LIBRARY [ALLOWED-LIBRARY...]   (further sonames it may need, as patterns)
 set -eu
 export LC_ALL=C
@@ -38,6 +38,12 @@ for needed in $(echo "$dynamic" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
   done
   [ $allowed = yes ] || fail "needs $needed"
 done
+
+# What the loader binds by name although the library defines it (its value is not 0) is the host's
+# to replace: the log, the properties and the memory hooks alone.
+replaceable='__android_log_print __system_property_get ffree fmalloc '
+bound=$(readelf -rW "$library" | awk 'NF >= 5 && $4 ~ /^0*[1-9a-f][0-9a-f]*$/ { print $5 }' | sort -u | tr '\n' ' ')
+[ "$bound" = "$replaceable" ] || fail "the host can replace $bound, not $replaceable"
 
 [ $failed = 0 ] || exit 1
 echo "$library: RELRO, bound at load, stack protector, fortified calls, no executable stack, no text relocations"
