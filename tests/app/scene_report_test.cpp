@@ -1,5 +1,5 @@
 // The page of --report: its numbers are the library's, and on a scene made for the purpose the
-// flags are where they belong.
+// flags are where they belong, and the person who talks in it stays in colour.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -33,6 +33,19 @@ std::vector<double> Numbers(const std::string& page, const std::string& name) {
   return numbers;
 }
 
+// The share of coloured places in columns of the frame, from and to these tenths of its width.
+double Coloured(const PlanarFrame& frame, int left, int right) {
+  const auto tenths = [&](int size, int count) { return size * count / 10; };
+  int count = 0;
+  int all = 0;
+  for (int y = tenths(frame.cb.height, 4); y < tenths(frame.cb.height, 8); ++y) {
+    for (int x = tenths(frame.cb.width, left); x < tenths(frame.cb.width, right); ++x, ++all) {
+      count += std::abs(*frame.cb.at(x, y) - 128) > 4 || std::abs(*frame.cr.at(x, y) - 128) > 4;
+    }
+  }
+  return static_cast<double>(count) / all;
+}
+
 class SceneReport : public ProgramTest {};
 
 TEST_F(SceneReport, FlagsTheFlashesAndThePanOfTheScene) {
@@ -63,6 +76,14 @@ TEST_F(SceneReport, FlagsTheFlashesAndThePanOfTheScene) {
       EXPECT_EQ(data["subject"][i], 2);
       EXPECT_LT(data["motionSum"][i], 5000);
     }
+  }
+  const std::vector<PlanarFrame> rendered = DecodeClip(Path("out.mp4"));
+  ASSERT_EQ(rendered.size(), 300u);
+  for (size_t i = 0; i < 110; ++i) {  // a map hangs at the left; the head is in the middle
+    SCOPED_TRACE(i);
+    EXPECT_LT(Coloured(rendered[i], 0, 2), 0.02);
+    EXPECT_LT(Coloured(rendered[i], 9, 10), 0.02);
+    EXPECT_NEAR(Coloured(rendered[i], 4, 6), i == 60 ? 0 : 1, 0.1);
   }
   // One flash greys its own frame alone.
   EXPECT_EQ(count("flash", 60, 60), 1);
