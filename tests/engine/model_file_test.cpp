@@ -1,16 +1,18 @@
 // The reader of model files: what is right is read, everything else is refused without harm.
 #include "engine/model_file.h"
 
+#include <flatbuffers/idl.h>
+#include <flatbuffers/util.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <memory>
 #include <random>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,12 +20,10 @@
 #include "engine/half_float.h"
 #include "engine/model_shapes.h"
 #include "engine/network.h"
-#include "tflite_model_generated.h"
 
 namespace vantro::test {
 namespace {
 
-namespace tflite = engine::tflite;
 using engine::ModelGraph;
 using engine::Node;
 
@@ -94,168 +94,128 @@ TEST(ModelFile, WidensHalfPrecisionExactly) {
   }
 }
 
-// A convolution of 3 to 1 channels and a sigmoid, with every number of the file open to change.
-struct TinyModel {
-  struct TinyTensor {
-    std::vector<int32_t> shape;
-    tflite::TensorType type = tflite::TensorType_FLOAT32;
-    uint32_t buffer = 0;
-  };
-  uint32_t version = 3;
-  std::vector<TinyTensor> tensors = {{{1, 8, 8, 3}}, {{1, 3, 3, 3}, tflite::TensorType_FLOAT16, 1},
-                                     {{1, 3, 3, 3}}, {{1}, tflite::TensorType_FLOAT32, 2},
-                                     {{1, 8, 8, 1}}, {{1, 8, 8, 1}}};
-  std::vector<size_t> buffers = {0, 54, 4};
-  uint8_t fill = 0;
-  std::vector<int32_t> inputs = {0};
-  std::vector<int32_t> outputs = {5};
-  std::vector<int> codes = {6, 3, 14};
-  struct TinyOperator {
-    uint32_t code;
-    std::vector<int32_t> inputs;
-    std::vector<int32_t> outputs;
-  };
-  std::vector<TinyOperator> operators = {{0, {1}, {2}}, {1, {0, 2, 3}, {4}}, {2, {4}, {5}}};
-  int stride = 1;
-  int dilation = 1;
-  int padding = tflite::Padding_SAME;
-  int activation = tflite::Activation_NONE;
-  bool options = true;
+// A convolution of 3 to 1 channels and a sigmoid, as JSON. "54 of 0" stands for as many numbers.
+constexpr char kOptions[] =
+    "builtin_options_type: Conv2DOptions, builtin_options: {padding: SAME, "
+    "stride_w: 1, stride_h: 1, dilation_w: 1, dilation_h: 1}";
+constexpr char kSigmoid[] = "{opcode_index: 2, inputs: [4], outputs: [5]}";
+const std::string kTinyModel = std::string(R"({
+  version: 3,
+  operator_codes: [{builtin_code: 6}, {builtin_code: 3}, {builtin_code: 14}],
+  subgraphs: [{
+    tensors: [{shape: [1, 8, 8, 3]}, {shape: [1, 3, 3, 3], type: "FLOAT16", buffer: 1},
+              {shape: [1, 3, 3, 3]}, {shape: [1], buffer: 2},
+              {shape: [1, 8, 8, 1]}, {shape: [1, 8, 8, 1]}],
+    inputs: [0], outputs: [5],
+    operators: [{opcode_index: 0, inputs: [1], outputs: [2]},
+                {opcode_index: 1, inputs: [0, 2, 3], outputs: [4], )") +
+                               kOptions + "}, " + kSigmoid + R"(]}],
+  buffers: [{}, {data: [54 of 0]}, {data: [4 of 0]}]})";
 
-  std::vector<uint8_t> Build() const {
-    flatbuffers::FlatBufferBuilder b;
-    const auto each = [](const auto& items, const auto& create) {
-      std::vector<decltype(create(items[0]))> tables;
-      for (const auto& item : items) tables.push_back(create(item));
-      return tables;
-    };
-    const auto tensor_tables = each(tensors, [&](const TinyTensor& t) {
-      return tflite::CreateTensorDirect(b, &t.shape, t.type, t.buffer);
-    });
-    const auto operator_tables = each(operators, [&](const TinyOperator& o) {
-      const bool convolution = o.code == 1 && options;
-      const auto value = tflite::CreateConv2DOptions(
-                             b, static_cast<tflite::Padding>(padding), stride, stride,
-                             static_cast<tflite::Activation>(activation), dilation, dilation)
-                             .Union();
-      return tflite::CreateOperatorDirect(
-          b, o.code, &o.inputs, &o.outputs,
-          convolution ? tflite::BuiltinOptions_Conv2DOptions : tflite::BuiltinOptions_NONE,
-          convolution ? value : flatbuffers::Offset<void>());
-    });
-    const auto code_tables = each(codes, [&](int code) {
-      return tflite::CreateOperatorCode(b, static_cast<int8_t>(code), 0, 1, code);
-    });
-    const auto buffer_tables = each(buffers, [&](size_t size) {
-      const std::vector<uint8_t> data(size, fill);
-      return tflite::CreateBufferDirect(b, &data);
-    });
-    const std::vector graphs = {
-        tflite::CreateSubGraphDirect(b, &tensor_tables, &inputs, &outputs, &operator_tables)};
-    b.Finish(tflite::CreateModelDirect(b, version, &code_tables, &graphs, nullptr, &buffer_tables),
-             tflite::ModelIdentifier());
-    return {b.GetBufferPointer(), b.GetBufferPointer() + b.GetSize()};
+std::vector<uint8_t> Build(std::string json) {
+  static flatbuffers::Parser* const parser = [] {
+    flatbuffers::IDLOptions options;
+    options.skip_unexpected_fields_in_json = true;
+    auto* with_schema = new flatbuffers::Parser(options);
+    std::string schema;
+    EXPECT_TRUE(flatbuffers::LoadFile(VANTRO_MODEL_SCHEMA, false, &schema));
+    EXPECT_TRUE(with_schema->Parse(schema.c_str())) << with_schema->error_;
+    return with_schema;
+  }();
+  const std::regex repeated("(\\d+) of (\\d+)");
+  for (std::smatch found; std::regex_search(json, found, repeated);) {
+    std::string numbers;
+    for (int left = std::stoi(found[1]); left > 0; --left) numbers += found[2].str() + ", ";
+    json = found.prefix().str() + numbers + found.suffix().str();
   }
-};
+  EXPECT_TRUE(parser->Parse(json.c_str())) << parser->error_;
+  const auto& built = parser->builder_;
+  return {built.GetBufferPointer(), built.GetBufferPointer() + built.GetSize()};
+}
 
 TEST(ModelFile, ChecksEveryNumberItUses) {
-  ASSERT_TRUE(Read(TinyModel().Build()));
-  using Fault = std::function<void(TinyModel&)>;
-  // tensors[index] of another shape, and operators[index] with other operands or results.
-  const auto shape = [](size_t index, std::vector<int32_t> dims) -> Fault {
-    return [=](TinyModel& m) { m.tensors[index].shape = dims; };
-  };
-  const auto takes = [](size_t index, std::vector<int32_t> operands) -> Fault {
-    return [=](TinyModel& m) { m.operators[index].inputs = operands; };
-  };
-  const auto gives = [](size_t index, std::vector<int32_t> results) -> Fault {
-    return [=](TinyModel& m) { m.operators[index].outputs = results; };
-  };
-  const auto set = [](auto member, auto value) -> Fault {
-    return [=](TinyModel& m) { m.*member = value; };
-  };
-  using T = TinyModel;
-  using List = std::vector<int32_t>;
-  const std::vector<std::pair<const char*, Fault>> faults = {
-      {"version", set(&T::version, 2u)},
-      {"no tensors", [](T& m) { m.tensors.clear(); }},
-      {"buffer index", [](T& m) { m.tensors[3].buffer = 3; }},
-      {"buffer of another size", set(&T::buffers, std::vector<size_t>{0, 52, 4})},
-      {"buffer larger than the shape", set(&T::buffers, std::vector<size_t>{0, 54, 8})},
-      {"weights that are no numbers", set(&T::fill, uint8_t{0xFF})},
-      {"weights without data", set(&T::buffers, std::vector<size_t>{0, 0, 4})},
-      {"bias without data", set(&T::buffers, std::vector<size_t>{0, 54, 0})},
-      {"five dimensions", shape(0, {1, 1, 8, 8, 3})},
-      {"three dimensions", shape(0, {8, 8, 3})},
-      {"empty dimension", shape(4, {1, 0, 8, 1})},
-      {"negative dimension", shape(4, {1, -8, 8, 1})},
-      {"product beyond 32 bits", shape(0, {1, INT32_MAX, INT32_MAX, 3})},
-      {"product of 2^64", shape(0, {65536, 65536, 65536, 65536})},
-      {"batch", shape(0, {2, 8, 8, 3})},
-      {"channels of the picture", shape(0, {1, 8, 8, 4})},
-      {"size of the answer", shape(5, {1, 4, 8, 1})},
-      {"weights of other channels",
-       [](T& m) { m.tensors[1].shape = m.tensors[2].shape = List{3, 3, 3, 1}; }},
-      {"widened to another shape", shape(2, {1, 3, 9, 1})},
-      {"size after the convolution",
-       [](T& m) { m.tensors[4].shape = m.tensors[5].shape = List{1, 7, 8, 1}; }},
-      {"input index", set(&T::inputs, List{6})},
-      {"negative input index", set(&T::inputs, List{-1})},
-      {"two inputs", set(&T::inputs, List{0, 0})},
-      {"constant as input", set(&T::inputs, List{3})},
-      {"no output", set(&T::outputs, List{})},
-      {"input as output", set(&T::outputs, List{0})},
-      {"output not computed", [](T& m) { m.operators.pop_back(); }},
-      {"operator code index", [](T& m) { m.operators[2].code = 3; }},
-      {"unknown operator", [](T& m) { m.codes[2] = 9; }},
-      {"negative operator code", [](T& m) { m.codes[2] = -1; }},
-      {"custom operator without a name", [](T& m) { m.codes[2] = 32; }},
-      {"operand index", takes(1, {6, 2, 3})},
-      {"optional operand", takes(1, {0, 2, -1})},
-      {"missing operand", takes(1, {0, 2})},
-      {"operator without operands", takes(2, {})},
-      {"activation as weights", takes(1, {0, 0, 3})},
-      {"operand before it is computed", [](T& m) { std::swap(m.operators[1], m.operators[2]); }},
-      {"result written twice", [](T& m) { m.operators.push_back({2, {4}, {5}}); }},
-      {"result over a constant", gives(1, {3})},
-      {"result over the input", gives(1, {0})},
-      {"result index", gives(1, {-2})},
-      {"two results", gives(1, {4, 5})},
+  ASSERT_TRUE(Read(Build(kTinyModel)));
+  // Parts of the text and what takes their place.
+  using Edits = std::vector<std::pair<std::string, std::string>>;
+  const std::string picture = "[1, 8, 8, 3]", halves = "[1, 3, 3, 3], type",
+                    weights = "[1, 3, 3, 3]}", bias = "[1], buffer: 2", result = "[1, 8, 8, 1]},",
+                    answer = "[1, 8, 8, 1]}]", strides = "stride_w: 1, stride_h: 1",
+                    operands = "inputs: [0, 2, 3]";
+  const std::vector<std::pair<const char*, Edits>> faults = {
+      {"version", {{"version: 3", "version: 2"}}},
+      {"no tensors", {{"tensors:", "no_tensors:"}}},
+      {"buffer index", {{bias, "[1], buffer: 3"}}},
+      {"buffer of another size", {{"54 of 0", "52 of 0"}}},
+      {"buffer larger than the shape", {{"[4 of 0]", "[8 of 0]"}}},
+      {"weights that are no numbers", {{"54 of 0", "54 of 255"}}},
+      {"bias that is no number", {{"[4 of 0]", "[4 of 255]"}}},
+      {"weights without data", {{"54 of 0", ""}}},
+      {"bias without data", {{"[4 of 0]", "[]"}}},
+      {"five dimensions", {{picture, "[1, 1, 8, 8, 3]"}}},
+      {"three dimensions", {{picture, "[8, 8, 3]"}}},
+      {"empty dimension", {{result, "[1, 0, 8, 1]},"}}},
+      {"negative dimension", {{result, "[1, -8, 8, 1]},"}}},
+      {"product beyond 32 bits", {{picture, "[1, 2147483647, 2147483647, 3]"}}},
+      {"product of 2^64", {{picture, "[65536, 65536, 65536, 65536]"}}},
+      {"batch", {{picture, "[2, 8, 8, 3]"}}},
+      {"channels of the picture", {{picture, "[1, 8, 8, 4]"}}},
+      {"size of the answer", {{answer, "[1, 4, 8, 1]}]"}}},
+      {"weights of other channels", {{halves, "[3, 3, 3, 1], type"}, {weights, "[3, 3, 3, 1]}"}}},
+      {"widened to another shape", {{weights, "[1, 3, 9, 1]}"}}},
+      {"size after the convolution", {{answer, "[1, 7, 8, 1]}]"}, {result, "[1, 7, 8, 1]},"}}},
+      {"input index", {{"inputs: [0],", "inputs: [6],"}}},
+      {"negative input index", {{"inputs: [0],", "inputs: [-1],"}}},
+      {"two inputs", {{"inputs: [0],", "inputs: [0, 0],"}}},
+      {"constant as input", {{"inputs: [0],", "inputs: [3],"}}},
+      {"no output", {{"outputs: [5],", "outputs: [],"}}},
+      {"input as output", {{"outputs: [5],", "outputs: [0],"}}},
+      {"output not computed", {{kSigmoid, ""}}},
+      {"operator code index", {{"opcode_index: 2", "opcode_index: 3"}}},
+      {"unknown operator", {{"builtin_code: 14", "builtin_code: 9"}}},
+      {"negative operator code", {{"builtin_code: 14", "builtin_code: -1"}}},
+      {"custom operator without a name", {{"builtin_code: 14", "builtin_code: 32"}}},
+      {"operand index", {{operands, "inputs: [6, 2, 3]"}}},
+      {"optional operand", {{operands, "inputs: [0, 2, -1]"}}},
+      {"missing operand", {{operands, "inputs: [0, 2]"}}},
+      {"operator without operands", {{"inputs: [4]", "inputs: []"}}},
+      {"activation as weights", {{operands, "inputs: [0, 0, 3]"}}},
+      {"operand before it is computed",
+       {{kSigmoid, ""}, {"{opcode_index: 1", std::string(kSigmoid) + ", {opcode_index: 1"}}},
+      {"result written twice", {{kSigmoid, std::string(kSigmoid) + ", " + kSigmoid}}},
+      {"result over a constant", {{"outputs: [4]", "outputs: [3]"}}},
+      {"result over the input", {{"outputs: [4]", "outputs: [0]"}}},
+      {"result index", {{"outputs: [4]", "outputs: [-2]"}}},
+      {"two results", {{"outputs: [4]", "outputs: [4, 5]"}}},
       {"result that nothing takes",
-       [](T& m) {
-         m.tensors.push_back({{1, 8, 8, 1}});
-         m.operators.push_back({2, {4}, {6}});
-       }},
-      {"half-precision result", [](T& m) { m.tensors[4].type = tflite::TensorType_FLOAT16; }},
-      {"bias of another size",
-       [](T& m) {
-         m.tensors[3].shape = {2};
-         m.buffers[2] = 8;
-       }},
+       {{answer, "[1, 8, 8, 1]}, {shape: [1, 8, 8, 1]}]"},
+        {"outputs: [5]}", "outputs: [5]}, {opcode_index: 2, inputs: [4], outputs: [6]}"}}},
+      {"half-precision result", {{result, "[1, 8, 8, 1], type: \"FLOAT16\"},"}}},
+      {"bias of another size", {{bias, "[2], buffer: 2"}, {"[4 of 0]", "[8 of 0]"}}},
       {"kernel beyond the input",
-       [](T& m) {
-         m.padding = tflite::Padding_VALID;
-         m.dilation = 4;
-       }},
-      {"stride of nothing", set(&T::stride, 0)},
-      {"negative stride", set(&T::stride, -1)},
-      {"huge stride", set(&T::stride, INT32_MAX)},
-      {"stride that does not fit", set(&T::stride, 2)},
-      {"negative dilation", set(&T::dilation, -1)},
-      {"unknown padding", set(&T::padding, 7)},
-      {"unknown activation", set(&T::activation, 4)},
-      {"no options", set(&T::options, false)},
+       {{"SAME", "VALID"}, {"dilation_w: 1, dilation_h: 1", "dilation_w: 4, dilation_h: 4"}}},
+      {"stride of nothing", {{strides, "stride_w: 0, stride_h: 0"}}},
+      {"negative stride", {{strides, "stride_w: -1, stride_h: -1"}}},
+      {"huge stride", {{strides, "stride_w: 2147483647, stride_h: 2147483647"}}},
+      {"stride that does not fit", {{strides, "stride_w: 2, stride_h: 2"}}},
+      {"negative dilation", {{"dilation_w: 1", "dilation_w: -1"}}},
+      {"unknown padding", {{"SAME", "7"}}},
+      {"unknown activation", {{"SAME", "SAME, fused_activation: 4"}}},
+      {"no options", {{kOptions, ""}}},
       {"too much work",
-       [](T& m) {
-         for (const size_t i : {0u, 4u, 5u}) m.tensors[i].shape = {1, 2048, 2048, i == 0 ? 3 : 1};
-         m.tensors[1].shape = m.tensors[2].shape = List{1, 19, 19, 3};
-         m.buffers[1] = 2 * 19 * 19 * 3;
-       }},
+       {{picture, "[1, 2048, 2048, 3]"},
+        {answer, "[1, 2048, 2048, 1]}]"},
+        {result, "[1, 2048, 2048, 1]},"},
+        {halves, "[1, 19, 19, 3], type"},
+        {weights, "[1, 19, 19, 3]}"},
+        {"54 of 0", "2166 of 0"}}},
   };
-  for (const auto& [name, damage] : faults) {
-    TinyModel model;
-    damage(model);
-    EXPECT_FALSE(Read(model.Build())) << name;
+  for (const auto& [name, edits] : faults) {
+    std::string json = kTinyModel;
+    for (const auto& [part, other] : edits) {
+      ASSERT_NE(json.find(part), std::string::npos) << name;
+      json.replace(json.find(part), part.size(), other);
+    }
+    EXPECT_FALSE(Read(Build(json))) << name;
   }
 }
 
