@@ -1,30 +1,14 @@
-// The conversions of single characters, which the library keeps to itself, and floats that need
-// heap memory when there is none.
+// Floats that need heap memory when there is none.
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cstring>
 #include <vector>
 
-#include "bounded/wide_char.h"
 #include "tests/support/failing_malloc.h"
 #include "vantro/bounded.h"
 
 namespace vantro::test {
 namespace {
-
-// The other direction is what wide formats test.
-TEST(BoundedInner, ReadsSingleCharactersOfTheLocale) {
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-  wchar_t wide = L'?';
-  EXPECT_EQ(vantro::mbtowc(&wide, "\u20ac", 4), 3);
-  EXPECT_TRUE(wide == L'\u20ac');
-  EXPECT_EQ(vantro::mbtowc(&wide, "\xE2\x82\xAC", 2), -2);  // unfinished; the state keeps it
-  EXPECT_EQ(vantro::mbtowc(&wide, "\xAC", 1), 1);
-  EXPECT_EQ(vantro::mbtowc(&wide, "\xFF", 1), -1);
-  EXPECT_EQ(vantro::mbtowc(&wide, "", 1), 0);
-  std::setlocale(LC_ALL, "C");
-}
 
 TEST(BoundedInner, FloatsTakeHeapMemoryFrom512BytesOn) {
   char text[6000];
