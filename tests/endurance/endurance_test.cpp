@@ -1,7 +1,6 @@
 // Long runs of whole handles: hostile frames without growth, two handles at once, handles opened
 // and closed again and again. VANTRO_ENDURANCE=full runs the full lengths; otherwise a twentieth,
 // or a hundredth under the thread sanitizer.
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
 
@@ -38,14 +37,6 @@ size_t HeapBytes() {
 #else
   return mallinfo2().uordblks;
 #endif
-}
-
-int OpenFiles() {
-  DIR* folder = opendir("/proc/self/fd");
-  int count = 0;
-  while (readdir(folder) != nullptr) ++count;
-  closedir(folder);
-  return count;
 }
 
 void* HeapAlloc(uint32_t size, const char* /*name*/, int32_t /*zero*/) { return std::malloc(size); }
@@ -107,7 +98,7 @@ TEST_F(Endurance, OpeningAndClosingLeavesNothing) {
   MemPool pool = {&HeapAlloc, &HeapFree};
   log_.Stop();
   const int threads = CountThreads();
-  int files = 0;
+  ptrdiff_t files = 0;
   size_t heap = 0;
   const int rounds = Rounds(10000);
   for (int i = 0; i < rounds; ++i) {

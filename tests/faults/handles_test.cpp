@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -140,22 +139,19 @@ TEST_P(Handles, SurviveEveryFailedRequest) {
 }
 
 TEST_P(Handles, DumpsOntoAFullDiskChangeNothing) {
-  const auto open_files = [] {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-  };
   dumps = 0;
   const Trace expected = Run();
   EXPECT_EQ(dumps, 0);
   for (const char* family : {"Vantro", "VantroPhoto"}) {
     Properties()[std::string("vendor.qz") + family + ".isDumpImg"] = "1";
   }
-  const auto before = open_files();
+  const auto before = OpenFiles();
   // Without a failed request first, then with each of them.
   for (int at = -1, requests = 0; at < requests; ++at) {
     const FailingMalloc memory(at);
     const Trace trace = Run();
     EXPECT_EQ(memory.live(), 0);
-    EXPECT_EQ(open_files(), before);
+    EXPECT_EQ(OpenFiles(), before);
     if (at >= 0) continue;
     EXPECT_EQ(trace, expected);
     EXPECT_GE(dumps, 3);  // mask, frame before and after

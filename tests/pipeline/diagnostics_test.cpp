@@ -19,6 +19,7 @@
 
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/threads.h"
 #include "vantro/diagnostics.h"
 #include "vantro/image.h"
 #include "vantro/tracked_alloc.h"
@@ -76,10 +77,6 @@ class SmallDisk {
  private:
   rlimit before_ = {};
 };
-
-auto OpenFiles() {
-  return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-}
 
 // A 24-bit BMP whose pixels, counted from the top, are red, green and blue as pixel(x, y) tells;
 // any where it tells none.
@@ -257,21 +254,18 @@ TEST_F(Diagnostics, TrackedAllocationCountsCalls) {
   __Free(nullptr, "none");
   EXPECT_EQ(__Malloc(-1, "negative"), nullptr);
   __Free(nullptr, "negative");
-  const std::string freed_a = (std::ostringstream() << "Free " << a << "  name:a").str();
-  const std::string freed_b = (std::ostringstream() << "Free " << b << "  name:b").str();
-  const std::vector<std::string> texts = {"Malloc 100  name:a",
-                                          "Malloc 50  name:b",
-                                          freed_a,
-                                          "memory blk cnt = 1",
-                                          freed_b,
-                                          "memory blk cnt = 0",
-                                          "Free (nil)  name:none",
-                                          "memory blk cnt = -1",
-                                          "Malloc -1  name:negative",
-                                          "Free (nil)  name:negative",
-                                          "memory blk cnt = -1"};
+  const auto freed = [](void* block, const std::string& name) {
+    return (std::ostringstream() << "Free " << block << "  name:" << name).str();
+  };
   std::vector<LogLine> expected;
-  for (const std::string& text : texts) expected.push_back({3, "VANTRO", text});
+  for (const std::string& text :
+       {std::string("Malloc 100  name:a"), std::string("Malloc 50  name:b"), freed(a, "a"),
+        std::string("memory blk cnt = 1"), freed(b, "b"), std::string("memory blk cnt = 0"),
+        std::string("Free (nil)  name:none"), std::string("memory blk cnt = -1"),
+        std::string("Malloc -1  name:negative"), std::string("Free (nil)  name:negative"),
+        std::string("memory blk cnt = -1")}) {
+    expected.push_back({3, "VANTRO", text});
+  }
   EXPECT_EQ(log_.lines(), expected);
   log_.clear();
   showMemTotal(8);

@@ -1,9 +1,10 @@
-// Threads of this process, as the kernel lists them.
+// Threads and open files of this process, as the kernel lists them.
 #ifndef VANTRO_TESTS_SUPPORT_THREADS_H_
 #define VANTRO_TESTS_SUPPORT_THREADS_H_
 
 #include <chrono>
 #include <filesystem>
+#include <iterator>
 #include <thread>
 
 namespace vantro::test {
@@ -26,6 +27,10 @@ inline bool ThreadsComeDownTo(int count) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
   return CountThreads() <= count;
+}
+
+inline auto OpenFiles() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
 }  // namespace vantro::test
