@@ -17,6 +17,9 @@
 
 namespace vantro::test {
 
+// What a formula gives for an element that keeps its value.
+constexpr int kKept = -1;
+
 struct Image {
   int width, height;
   int64_t size() const { return int64_t{width} * height; }

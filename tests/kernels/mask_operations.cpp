@@ -7,7 +7,6 @@
 namespace vantro::test {
 namespace {
 
-constexpr int kKept = -1;
 constexpr int kRegions = 9;
 
 // A mask of 1 and other values; `ones` are the pixels of 1.

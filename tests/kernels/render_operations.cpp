@@ -11,7 +11,6 @@
 namespace vantro::test {
 namespace {
 
-constexpr int kKept = -1;
 constexpr int kMin = std::numeric_limits<int>::min(), kMax = std::numeric_limits<int>::max();
 
 bool IsPacked(const Vantro_t& record) { return record.yuv_format == VANTRO_FORMAT_UYVY; }

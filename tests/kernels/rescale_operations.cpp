@@ -10,8 +10,6 @@
 namespace vantro::test {
 namespace {
 
-constexpr int kKept = -1;
-
 // A plane whose edges go on beyond it.
 struct Grey {
   uint8_t* data;

@@ -34,8 +34,6 @@ struct Samples {
 };
 using ByteSamples = Samples<uint8_t>;
 
-constexpr int kKept = -1;
-
 inline ByteSamples LumaOf(const Sizes& s, const uint8_t* src) {
   return {src, s.src_w, s.src_h, s.src_stride};
 }
@@ -181,9 +179,14 @@ inline int ChromaMeanOf4x4(const Sizes& s, const uint8_t* src, int x, int y) {
   return sum / 16;
 }
 
+template <Blend kRule>
+int PackedPlane(const Sizes& s, const uint8_t* src, int x, int y) {
+  return Blended(kRule, {src, s.src_w, s.src_h, s.src_w}, s.dst_w, s.dst_h, x, y);
+}
+
 inline int PlaneDoubled(const Sizes& s, const uint8_t* src, int x, int y) {
+  if (!s.doubles()) return PackedPlane<Blend::kToPlane>(s, src, x, y);
   const ByteSamples plane = {src, s.src_w, s.src_h, s.src_w};
-  if (!s.doubles()) return Blended(Blend::kToPlane, plane, s.dst_w, s.dst_h, x, y);
   // The last block of a row or column stands for the pair that ends there.
   const int left = std::max(0, std::min(x / 2, s.src_w - 2)), right = left + x % 2;
   const int top = std::max(0, std::min(y / 2, s.src_h - 2)), bottom = top + y % 2;

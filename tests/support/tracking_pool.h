@@ -35,11 +35,8 @@ class TrackingPool {
 
   MemPool* get() { return &pool_; }
 
-  // The allocation with this number (counted from 0) fails, or with `from_then_on` all from it on.
-  void FailAt(int index, bool from_then_on = false) {
-    fail_at_ = index;
-    fail_rest_ = from_then_on;
-  }
+  // The allocation with this number (counted from 0) fails.
+  void FailAt(int index) { fail_at_ = index; }
   int allocations() const { return allocations_; }
   size_t live() const { return live_.size(); }
   // "+name:size" and "-name" in order.
@@ -50,9 +47,7 @@ class TrackingPool {
     TrackingPool& self = *current_;
     const std::lock_guard lock(self.mutex_);
     EXPECT_EQ(zero, 0);
-    const int index = self.allocations_++;
-    if (index == self.fail_at_ || (self.fail_rest_ && self.fail_at_ >= 0 && index > self.fail_at_))
-      return nullptr;
+    if (self.allocations_++ == self.fail_at_) return nullptr;
     void* block = std::malloc(size == 0 ? 1 : size);
     if (block == nullptr) return nullptr;
     std::memset(block, 0xA5, size);  // blocks are not assumed to be zeroed
@@ -78,7 +73,6 @@ class TrackingPool {
   std::map<void*, std::pair<std::string, uint32_t>> live_;
   int allocations_ = 0;
   int fail_at_ = -1;
-  bool fail_rest_ = false;
 };
 
 }  // namespace vantro::test
