@@ -264,25 +264,19 @@ TEST_F(Video, RandomSequencesMatchThePlainRoad) {
   }
 }
 
-TEST_F(Video, RefusesBadInputWithoutACount) {
-  std::vector<uint8_t> yuv(96);
-  Vantro_t bad[4];
-  std::fill_n(bad, 4, Record(0, 8, 8, 8));
-  for (Vantro_t& record : bad) record.yuv = record.last_yuv = yuv.data();
-  bad[0].yuv = nullptr;
-  bad[1].last_yuv = nullptr;
-  bad[2].width = 1;
-  bad[3].height = 1;
-  for (Vantro_t& record : bad) {
-    log_.clear();
-    EXPECT_EQ(Vantro_Process(handle_, &record, &result_), -2001);
-    char pointers[100];
-    std::snprintf(pointers, sizeof(pointers), "p_kc_para->yuv is [%p],p_kc_para->last_yuv is [%p]",
-                  static_cast<void*>(record.yuv), static_cast<void*>(record.last_yuv));
-    EXPECT_THAT(LinesButOfThreads(),
-                ElementsAre(LogLine{6, "QZA_MVANTRO", "input data is error!!!\n"},
-                            LogLine{6, "QZA_MVANTRO", pointers}));
-  }
+// What else is refused, the hostile host of tests/endurance tries.
+TEST_F(Video, TellsWhatItRefuses) {
+  std::vector<uint8_t> last(96);
+  Vantro_t record = Record(0, 8, 8, 8);
+  record.last_yuv = last.data();
+  log_.clear();
+  EXPECT_EQ(Vantro_Process(handle_, &record, &result_), -2001);
+  char pointers[100];
+  std::snprintf(pointers, sizeof(pointers), "p_kc_para->yuv is [(nil)],p_kc_para->last_yuv is [%p]",
+                static_cast<void*>(last.data()));
+  EXPECT_THAT(LinesButOfThreads(),
+              ElementsAre(LogLine{6, "QZA_MVANTRO", "input data is error!!!\n"},
+                          LogLine{6, "QZA_MVANTRO", pointers}));
   EXPECT_EQ(script().processes, 0);
 }
 
