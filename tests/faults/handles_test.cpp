@@ -164,7 +164,8 @@ INSTANTIATE_TEST_SUITE_P(Families, Handles, ::testing::Values(&RunVideo, &RunPho
 
 using HandleCalls = EngineFixture;
 
-TEST_F(HandleCalls, WrongHandlesAndRecordsAreRefused) {
+// Bad records are the hostile host's in tests/endurance.
+TEST_F(HandleCalls, WrongHandlesAreRefused) {
   std::vector<uint8_t> frame(kFrameBytes, 77);
   std::vector<uint8_t> last(kFrameBytes, 78);
   Vantro_t video_frame = Record(frame, &last);
@@ -183,19 +184,11 @@ TEST_F(HandleCalls, WrongHandlesAndRecordsAreRefused) {
   }
   EXPECT_EQ(Vantro_Process(video, nullptr, nullptr), VANTRO_ERR_INPUT);
   EXPECT_EQ(VantroPhoto_Process(photo, nullptr, nullptr), VANTRO_ERR_INPUT);
-  EXPECT_EQ(VantroPhoto_Process(photo, &video_frame, nullptr), VANTRO_ERR_INPUT);
   EXPECT_EQ(frame, std::vector<uint8_t>(kFrameBytes, 77));
   EXPECT_EQ(last, std::vector<uint8_t>(kFrameBytes, 78));
-
-  // Refusals in the middle of a sequence, with a segmentation outstanding, change nothing in it.
-  for (int i = 0; i < 4; ++i) {
-    EXPECT_EQ(Vantro_Process(video, &photo_frame, nullptr), VANTRO_ERR_INPUT);
-    EXPECT_EQ(Vantro_Process(video, &video_frame, nullptr), 0);
-  }
-  EXPECT_EQ(VantroPhoto_Process(photo, &photo_frame, nullptr), 0);
-
   void* handle = no_handle;
   Vantro_Deinit(&handle);
+  VantroPhoto_Deinit(&handle);
   EXPECT_EQ(handle, no_handle);
   for (int times = 0; times < 2; ++times) {
     Vantro_Deinit(&video);
