@@ -80,7 +80,7 @@ TEST_F(HostileSizes, AColourRowMayHaveMoreSamplesThanAnIntCounts) {
   ASSERT_NE(pages, MAP_FAILED);
   auto* const src = static_cast<uint8_t*>(pages);
   ASSERT_EQ(mprotect(src + kLastSampled, 4096, PROT_READ | PROT_WRITE), 0);
-  for (size_t i : {0, 1, 2}) src[kLastSampled + i] = static_cast<uint8_t>(i + 1);
+  for (const size_t i : {0u, 1u, 2u}) src[kLastSampled + i] = static_cast<uint8_t>(i + 1);
   std::vector<uint8_t> dst(12, 7);
   resizeUcharRGB(src, dst.data(), kWidth, 1, 4, 1);
   EXPECT_EQ(dst, (std::vector<uint8_t>{0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3}));
