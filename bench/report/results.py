@@ -42,7 +42,7 @@ OTHER_NAMES = {
         "OneOfTwoChannels": ("ResizeUcharChl, one of 2 channels", VANTRO),
         "TwoChannels": ("ResizeUcharChl, both of 2 channels", VANTRO),
         "OpenCvPlane": (("ResizeUchar", "ResizeUcharChl"), "OpenCV"),
-        "OpenCvExtracted": ("ResizeUcharChl, one of 2 channels", "OpenCV, extracted first"),
+        "OpenCvExtracted": ("ResizeUcharChl, one of 2 channels", "OpenCV, taken out and put back"),
         "OpenCvTwoChannels": (("ResizeUcharChl, one of 2 channels",
                                "ResizeUcharChl, both of 2 channels"), "OpenCV, both at once"),
         "Copy": (MEMCPY, MEMCPY),
