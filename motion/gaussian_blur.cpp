@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "motion/gaussian_kernel.h"
 #include "support/log.h"
@@ -35,10 +36,16 @@ BlurMember MemberFor(int k_length) {
   }
 }
 
-// Whole rows with their padding, as far as both planes have it.
+// Whole rows with their padding, as far as both planes have it. Planes of one stride are a single
+// block, so that memcpy_s sees whether they overlap.
 void CopyPlane(const uint8_t* src, uint8_t* dst, int height, int src_stride, int dst_stride) {
   const int row_bytes = std::min(src_stride, dst_stride);
-  if (row_bytes < 1) return;
+  if (row_bytes < 1 || height < 1) return;
+  const size_t plane_bytes = static_cast<size_t>(height) * static_cast<size_t>(row_bytes);
+  if (src_stride == dst_stride && plane_bytes <= std::numeric_limits<int32_t>::max()) {
+    memcpy_s(dst, plane_bytes, src, plane_bytes);
+    return;
+  }
   for (ptrdiff_t y = 0; y < height; ++y) {
     memcpy_s(dst + y * dst_stride, static_cast<size_t>(row_bytes), src + y * src_stride,
              static_cast<size_t>(row_bytes));

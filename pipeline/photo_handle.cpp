@@ -107,6 +107,7 @@ int32_t VantroPhoto_Process(void* handle, Vantro_t* caller, VantroResult* result
   VantroContext& cxt = *open;
   Vantro_t kc_para;
   memcpy_s(&kc_para, sizeof(kc_para), caller, sizeof(*caller));
+  kc_para.mask = nullptr;  // the engine gets a pointer into this copy: no mask of the caller's
 
   const Moment segmentation_start = Now();
   if (!Segment(cxt, *caller, kc_para.seg_output)) return VANTRO_ERR_FAILED;

@@ -52,9 +52,11 @@ struct OpticalFlow {
 //
 // algo_cxt  an AlgoCxt; its pool gives two blocks of 10000 bytes, "y_down" and "lastY_down".
 //
-// Returns 0; -1, with the rings untouched, when the context, its pool or a scratch buffer is
-// missing, the format is refused or a frame cannot be reduced (no memory, a size below 1, a stride
-// below the width).
+// A mask with a side below 1, or of 2^31 bytes or more, has no subject.
+//
+// Returns 0; -1, with the rings untouched, when the context, its pool, a ring, `flag`, a frame or a
+// scratch buffer is missing, the format is refused or a frame cannot be reduced (no memory, a size
+// below 1, a stride below the width).
 VANTRO_API int GetFlashFlag(void* algo_cxt, OpticalFlow record, int* flag);
 
 // ---- Dense optical flow

@@ -171,6 +171,12 @@ TEST(GaussianBlur, CopiesTheImageWhenItRefusesTheLength) {
                                            std::to_string(length) + "]"}}));
     }
   }
+  Bytes overlapping = random.Noise(100), expected = overlapping;
+  EXPECT_EQ(
+      gaussian_blur(&overlapping[0], &overlapping[8], 8, 8, 8, 8, 4, 1.0f, nullptr, 1, nullptr),
+      -1);
+  std::fill_n(&expected[8], 64, uint8_t{0});
+  EXPECT_EQ(overlapping, expected);
 }
 
 TEST(GaussianBlur, RefusesWithOneLineAndLeavesTheDestinationAlone) {

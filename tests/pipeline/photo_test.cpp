@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -79,8 +81,12 @@ TEST_F(Photo, GreysAPictureWithoutASubject) {
   for (const uint8_t format : {uint8_t{0}, uint8_t{1}, uint8_t{4}}) {
     // Odd sizes too: the chroma plane of 5 rows has 2, and nothing behind it is touched.
     GuardedBuffer bytes(format == 4 ? 7 * 5 * 2 : 7 * 5 + 7 * 2);
-    const Vantro_t record = Picture(bytes, format, 7, 5);
+    Vantro_t record = Picture(bytes, format, 7, 5);
+    record.mask = bytes.data();
     script().process = [](const SegmentCall& call) {
+      const uint8_t* working_copy = call.seg_output - offsetof(Vantro_t, seg_output);
+      const uint8_t no_pointer[sizeof(uint8_t*)] = {};
+      EXPECT_EQ(std::memcmp(working_copy + offsetof(Vantro_t, mask), no_pointer, 8), 0);
       std::memset(call.mask_out, 0, 64 * 48);
       return 0;
     };
