@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <limits>
@@ -17,10 +16,11 @@ constexpr int kSubject = 3;
 constexpr int kPerson = 1;
 constexpr unsigned char kSubjectPixel = 1;
 
-// The bytes of a width by height mask; 0 for an empty one.
+// The bytes of a width by height mask; 0 for an empty one and for one that passes 32 bits.
 size_t MaskBytes(const unsigned char* mask, int width, int height) {
   if (mask == nullptr || width < 1 || height < 1) return 0;
-  return static_cast<size_t>(width) * static_cast<size_t>(height);
+  const size_t bytes = static_cast<size_t>(width) * static_cast<size_t>(height);
+  return bytes <= std::numeric_limits<int>::max() ? bytes : 0;
 }
 
 bool HasSubject(const unsigned char* mask, size_t bytes) {
@@ -40,10 +40,6 @@ bool CoversEnough(float area_ratio, const Vantro_t& frame, int pixels) {
   return limit <= static_cast<float>(pixels);
 }
 
-int ClampToInt(size_t count) {
-  return static_cast<int>(std::min<size_t>(count, std::numeric_limits<int>::max()));
-}
-
 }  // namespace
 
 int GetROI(void* cxt, Vantro_t kc_para, int* flag) {
@@ -57,7 +53,7 @@ int GetROI(void* cxt, Vantro_t kc_para, int* flag) {
     algo->roi_state = kNoSubject;
     return VANTRO_OK;
   }
-  const int pixels = ClampToInt(vantro::KeepValue(kc_para.mask, bytes, kSubjectPixel));
+  const int pixels = static_cast<int>(vantro::KeepValue(kc_para.mask, bytes, kSubjectPixel));
   algo->roi_state = kSubject;
   algo->subject_type = kPerson;
   const bool enough = CoversEnough(algo->tuning.area_ratio, kc_para, pixels);
@@ -100,7 +96,7 @@ int CheckMask(unsigned char* mask, int width, int height, int* found) {
 }
 
 int PreserveObjMask(unsigned char* mask, int width, int height, unsigned char value, int* count) {
-  *count = ClampToInt(vantro::KeepValue(mask, MaskBytes(mask, width, height), value));
+  *count = static_cast<int>(vantro::KeepValue(mask, MaskBytes(mask, width, height), value));
   return VANTRO_OK;
 }
 

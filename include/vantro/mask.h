@@ -102,6 +102,8 @@ VANTRO_API int getMaskbyBase(unsigned char* mask, int* labels, int width, int he
 VANTRO_API void getMaskBase_part(unsigned char* mask, int* labels, int width, int rowBegin,
                                  int rowEnd, int* flags);
 
+// The checks below take a mask of 2^31 bytes or more for an empty one.
+
 // Decides whether the mask of a frame holds a subject, and normalises it: every byte other than 1
 // becomes 0. Reads width, height, mask, maskw, maskh and crop_param of the record; writes roi_state
 // and subject_type of `cxt` (an AlgoCxt).

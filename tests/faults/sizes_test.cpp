@@ -9,6 +9,7 @@
 
 #include "tests/support/log_capture.h"
 #include "tests/support/tracking_pool.h"
+#include "vantro/algo_context.h"
 #include "vantro/diagnostics.h"
 #include "vantro/image.h"
 #include "vantro/mask.h"
@@ -65,6 +66,24 @@ TEST_F(HostileSizes, ScratchMemoryPast32BitsIsRefused) {
   EXPECT_EQ(connectionFilterGuide(nullptr, &byte, &byte, kSide, kSide), 2000);
   EXPECT_EQ(save_bmp_file("/no such folder/file", &byte, kSide, kSide, 3, 0), -1);
   EXPECT_EQ(byte, 7);
+
+  // A mask of that size counts as empty.
+  uint8_t subject = 1, type = 0;
+  int answer = -1;
+  EXPECT_EQ(CheckMask(&subject, kSide, kSide, &answer), 0);
+  EXPECT_EQ(answer, 0);
+  EXPECT_EQ(PreserveObjMask(&subject, 46341, 46341, 3, &answer), 0);
+  EXPECT_EQ(ComputeMaskArea(&subject, kSide, kSide, kSide, kSide), 0);
+  AlgoCxt cxt = {};
+  EXPECT_EQ(GetSubject(&cxt, &subject, kSide, kSide, &type), 0);
+  Vantro_t record = {};
+  record.width = record.height = 8;
+  record.mask = &subject;
+  record.maskw = record.maskh = 46341;
+  EXPECT_EQ(GetROI(&cxt, record, &answer), 0);
+  EXPECT_EQ(answer, 4);
+  EXPECT_EQ(cxt.roi_state, 4);
+  EXPECT_EQ(subject, 1);
 
   // The total of what was asked for stays where it is when it is full.
   for (int i = 0; i < 3; ++i) __Free(__Malloc(INT_MAX, "large"), "large");
