@@ -55,7 +55,10 @@ InterruptWatch::InterruptWatch() {
   struct sigaction action {};
   // No SA_RESTART: a read that waits for a pipe must return so that the program can stop.
   action.sa_handler = &Take;
-  for (size_t i = 0; i < kWatched.size(); ++i) sigaction(kWatched[i], &action, &earlier[i]);
+  for (size_t i = 0; i < kWatched.size(); ++i) {
+    sigaction(kWatched[i], nullptr, &earlier[i]);
+    if (earlier[i].sa_handler != SIG_IGN) sigaction(kWatched[i], &action, nullptr);
+  }
 }
 
 InterruptWatch::~InterruptWatch() {

@@ -12,7 +12,8 @@ struct Interrupted {
   int signal;
 };
 
-// Watches SIGINT, SIGTERM and SIGHUP for its lifetime; one at a time.
+// Watches SIGINT, SIGTERM and SIGHUP for its lifetime; one at a time. A signal that the program was
+// started to ignore (by nohup, or in the background of a script) stays ignored.
 class InterruptWatch {
  public:
   InterruptWatch();

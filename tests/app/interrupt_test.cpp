@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <utility>
 
 #include "tests/app/clip.h"
 #include "tests/app/picture_file.h"
@@ -57,6 +58,18 @@ TEST_P(InterruptAfter, NoFrameLeavesNothing) {
   while (Files().empty()) usleep(1000);  // its working file
   program.Signal(SIGINT);
   ExpectFailure({program.Wait(), program.errors(), ""}, 130, {"interrupted before the first"}, {});
+}
+
+// As nohup has it.
+TEST_F(Interrupt, ThatWasIgnoredAtTheStartStaysIgnored) {
+  const auto earlier = std::signal(SIGHUP, SIG_IGN);  // handed down
+  RunningProgram program = Start(RawVideo(NoiseFrames(20, 64, 48)));
+  std::signal(SIGHUP, earlier);
+  ASSERT_TRUE(program.WaitFor("frameIdx is 5")) << program.errors();
+  program.Signal(SIGHUP);
+  close(std::exchange(ends_[1], -1));
+  EXPECT_EQ(program.Wait(), 0) << program.errors();
+  EXPECT_EQ(DecodeClip(Path("out.mp4")).size(), 20u);
 }
 
 // Pictures in work are finished, or, after a second signal, not even begun; none is left
