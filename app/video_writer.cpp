@@ -15,6 +15,16 @@ namespace {
 constexpr char kQuality[] = "18";
 constexpr char kPreset[] = "veryfast";
 
+// What an encoder and a frame call by the same names.
+template <typename Target>
+void Describe(const ColourInfo& colour, AVRational pixel_shape, Target& target) {
+  target.color_range = colour.range;
+  target.color_primaries = colour.primaries;
+  target.color_trc = colour.transfer;
+  target.colorspace = colour.space;
+  target.sample_aspect_ratio = pixel_shape;
+}
+
 }  // namespace
 
 ContainerFormat ContainerOf(const std::string& path) {
@@ -92,11 +102,7 @@ void VideoWriter::OpenEncoder(const Settings& settings) {
     if (encoder_->framerate.num <= 0) encoder_->framerate = {25, 1};
     encoder_->time_base = av_inv_q(encoder_->framerate);
   }
-  encoder_->sample_aspect_ratio = settings.pixel_shape;
-  encoder_->color_range = colour_.range;
-  encoder_->color_primaries = colour_.primaries;
-  encoder_->color_trc = colour_.transfer;
-  encoder_->colorspace = colour_.space;
+  Describe(colour_, settings.pixel_shape, *encoder_);
   encoder_->chroma_sample_location = colour_.chroma;
   if (settings.scan != Scan::kProgressive) {
     encoder_->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
@@ -119,12 +125,8 @@ void VideoWriter::OpenEncoder(const Settings& settings) {
   av_dict_set(&stream_->metadata, "rotate", nullptr, 0);
 
   frame_ = NewPictureFrame(shape_.width, shape_.height, pixels);
-  frame_->color_range = colour_.range;
-  frame_->color_primaries = colour_.primaries;
-  frame_->color_trc = colour_.transfer;
-  frame_->colorspace = colour_.space;
+  Describe(colour_, settings.pixel_shape, *frame_);
   frame_->chroma_location = colour_.chroma;
-  frame_->sample_aspect_ratio = settings.pixel_shape;
   SetScan(settings.scan, *frame_);
 }
 
