@@ -26,13 +26,15 @@ namespace {
 constexpr int kLevelError = 6;
 constexpr ptrdiff_t kMostErrors = 8;  // a thread
 
-// Logged as errors, but none: the photo handle's progress, and the motion check's word, on every
-// frame, that it uses its smaller pyramid level unblurred.
+// Logged as errors, but none: the photo handle's progress, the motion check's word, on every frame,
+// that it uses its smaller pyramid level unblurred, and that the system refuses the segmentation
+// thread a priority or processors of its own, which changes no picture.
 constexpr std::string_view kNoErrors[] = {
     "VantroPhoto_Init VERSION", "VantroPhoto_Deinit VERSION",
     "Vantro_Init load ",        "init success",
     "vantro_photo_dinit",       "flag is [",
-    "cxt->maskupheight is",     "[VANTRO] ATTENTION: k_length is wrong!k_length[1]"};
+    "cxt->maskupheight is",     "[VANTRO] ATTENTION: k_length is wrong!k_length[1]",
+    "Set Priority for Thread",  "Fail to Set CPU Affinity"};
 
 thread_local int last_photo_flag = 0;
 
