@@ -21,8 +21,10 @@ auto Timed(double& sum, Work&& work) {
 
 void CheckRect(const Rect_t& rect, const FrameShape& shape) {
   if (rect.x <= shape.width - rect.width && rect.y <= shape.height - rect.height) return;
-  throw UsageError("--rect: the rectangle does not fit the " + std::to_string(shape.width) + "x" +
-                   std::to_string(shape.height) + " frame");
+  const auto text = [](int number) { return std::to_string(number); };
+  throw UsageError("--rect " + text(rect.x) + "," + text(rect.y) + "," + text(rect.width) + "," +
+                   text(rect.height) + ": the rectangle does not fit the " + text(shape.width) +
+                   "x" + text(shape.height) + " frame");
 }
 
 // Chroma is stored for pairs of columns and rows, so the rectangle takes in whole pairs.
@@ -56,7 +58,7 @@ void VideoJob::Open(const AVFrame& first) {
     CheckRect(*options_.rect, shape);
     rect = WholePairs(*options_.rect);
   }
-  const AVRational pixel_shape = reader_.pixel_shape(first);
+  const AVRational pixel_shape = reader_.pixel_shape();
   session_.emplace(shape, rect);
   if (!options_.contact_sheet.empty()) sheet_.emplace(shape, converter_->colour(), pixel_shape);
   if (!options_.report.empty()) report_.emplace(shape, converter_->colour(), pixel_shape);

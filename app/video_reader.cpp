@@ -105,7 +105,9 @@ void VideoReader::ReportDamage() {
     note_(name_ + ": damaged packets left out: " + std::to_string(damaged_packets_));
     damaged_packets_ = 0;
   }
-  if (const std::string cause = TakeDemuxerError(); !cause.empty()) {
+  std::string cause = TakeDemuxerError();
+  if (cause.empty() && at_end_ && cut_off_) cause = "the last packet is cut off";
+  if (!cause.empty()) {
     std::string read = std::to_string(frames_);
     if (stream_->nb_frames > 0) read += " of " + std::to_string(stream_->nb_frames);
     note_(name_ + ": seems incomplete, " + read + " frames were read (" + cause + ")");
@@ -122,6 +124,7 @@ bool VideoReader::ReadPacket() {
       break;
     }
     CheckFFmpeg(code, name_ + ": reading broke off");
+    cut_off_ = (packet_->flags & AV_PKT_FLAG_CORRUPT) != 0;
     if (packet_->stream_index == stream_->index) break;
     if (input_->streams[packet_->stream_index]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
       PacketPtr audio = NewPacket();
@@ -158,9 +161,9 @@ void VideoReader::SetTimes(AVFrame& frame) {
 #endif
 }
 
-AVRational VideoReader::pixel_shape(const AVFrame& frame) const {
-  const AVRational stored =
-      frame.sample_aspect_ratio.num > 0 ? frame.sample_aspect_ratio : stream_->sample_aspect_ratio;
+AVRational VideoReader::pixel_shape() const {
+  // The container's word goes before that of the frame.
+  const AVRational stored = av_guess_sample_aspect_ratio(input_.get(), stream_, frame_.get());
   return orientation().swap_axes && stored.num > 0 ? av_inv_q(stored) : stored;
 }
 

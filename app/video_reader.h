@@ -32,8 +32,8 @@ class VideoReader {
   const std::vector<const AVStream*>& audio_streams() const { return audio_streams_; }
   Orientation orientation() const { return Orientation::OfStream(*stream_); }
   AVRational frame_rate() const { return frame_rate_; }
-  // Both as the upright picture has them.
-  AVRational pixel_shape(const AVFrame& frame) const;
+  // Both as the upright picture has them; the shape is that of the last frame's pixels.
+  AVRational pixel_shape() const;
   Scan scan(const AVFrame& frame) const;
   // What to take off every time stamp of a stream: nothing, but for containers whose clock starts
   // anywhere.
@@ -60,6 +60,7 @@ class VideoReader {
   FramePtr frame_;
   std::deque<PacketPtr> audio_packets_;
   bool at_end_ = false;
+  bool cut_off_ = false;  // the last packet
   int64_t damaged_packets_ = 0;
   int64_t last_pts_ = AV_NOPTS_VALUE;
   int64_t last_duration_ = 0;

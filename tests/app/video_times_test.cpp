@@ -1,6 +1,8 @@
 // What travels with the frames: their times, and the audio.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "tests/app/clip.h"
 #include "tests/app/program_run.h"
 
@@ -30,6 +32,15 @@ TEST_F(VideoTimes, OfFramesAreKept) {
       EXPECT_EQ(after.length, before.length);
     }
   }
+}
+
+// A container may stretch what its frames call square.
+TEST_F(VideoTimes, PixelShapeIsThatOfTheContainer) {
+  WriteClip(Path("in.mp4"), NoiseFrames(3, 64, 48), {0, 40, 80});
+  const std::string copy = "ffmpeg -v error -i " + Path("in.mp4") + " -c copy -aspect 2:1 ";
+  ASSERT_EQ(std::system((copy + Path("wide.mp4")).c_str()), 0);
+  ExpectSuccess(Video({Path("wide.mp4"), Path("out.y4m")}));
+  EXPECT_NE(ReadFile(Path("out.y4m")).find(" A3:2 "), std::string::npos);
 }
 
 TEST_F(VideoTimes, OfASteadyVideoAreSteady) {
