@@ -2,6 +2,8 @@
 #ifndef VANTRO_APP_OUTPUT_FILE_H_
 #define VANTRO_APP_OUTPUT_FILE_H_
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -12,7 +14,7 @@ namespace vantro::app {
 
 // Creates an empty file beside the final one and takes its name at Commit. Without a commit, and
 // when a second signal ends the program, the file is removed again; what stood under the final name
-// stays.
+// stays. A file that replaces another has its permissions.
 class OutputFile {
  public:
   // Throws RunError when `path` exists and `overwrite` is false, when it is no regular file, or
@@ -30,6 +32,7 @@ class OutputFile {
   std::string shown_;            // the name as the user gave it
   std::filesystem::path final_;  // links followed, so that a link stays a link
   std::string working_;
+  std::optional<mode_t> replaced_mode_;
   std::optional<AbortedFile> aborted_;
   bool overwrite_;
 };
