@@ -38,6 +38,7 @@ void AddEngineOption(CLI::App& command, std::string& engine) {
   command
       .add_option("--engine", engine,
                   "Segmentation engine to use, a library whose soname is libPlimra.so")
+      ->check(NotEmpty())
       ->type_name("FILE");
 }
 
@@ -45,6 +46,7 @@ void AddContactSheetOption(CLI::App& command, std::string& path) {
   command
       .add_option("--contact-sheet", path,
                   "Also write a PNG picture that shows some before and after the effect")
+      ->check(NotEmpty())
       ->type_name("FILE.png");
 }
 

@@ -43,7 +43,7 @@ Picture ContactSheet::Draw() const {
     char caption[64];
     const long long tenths = std::llround(std::max(cell.seconds, 0.0) * 10);
     std::snprintf(caption, sizeof(caption), "%lld:%02lld.%lld FRAME %lld", tenths / 600,
-                  tenths / 10 % 60, tenths % 10, static_cast<long long>(cell.number) + 1);
+                  tenths / 10 % 60, tenths % 10, static_cast<long long>(cell.number));
     columns[i] = {caption, cell.before, cell.after};
   }
   return DrawSheet(columns);

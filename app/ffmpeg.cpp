@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "app/failure.h"
+#include "app/printable.h"
 
 namespace vantro::app {
 namespace {
@@ -31,7 +32,7 @@ void TakeLine(void* source, int level, const char* format, va_list args) {
   const AVClass* origin = source == nullptr ? nullptr : *static_cast<AVClass**>(source);
   if (show_lines) {
     std::fprintf(stderr, "%s: %s\n", origin != nullptr ? origin->item_name(source) : "ffmpeg",
-                 text);
+                 Printable(text).c_str());
   }
   if (level <= AV_LOG_ERROR) {
     const std::lock_guard lock(detail_mutex);

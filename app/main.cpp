@@ -10,13 +10,34 @@
 #include "app/failure.h"
 #include "app/interrupt.h"
 #include "app/photo_command.h"
+#include "app/printable.h"
 #include "app/video_command.h"
+
+namespace {
+
+// What is wrong with the first argument, which is a command or an option of the program itself.
+// Null for nothing.
+const char* WrongCommand(const CLI::App& program, const std::string& first) {
+  if (first.starts_with('-')) {
+    return program.get_option_no_throw(first) == nullptr ? "there is no option" : nullptr;
+  }
+  const auto is_named = [&first](const CLI::App* command) { return command->check_name(first); };
+  return program.get_subcommands(is_named).empty() ? "there is no command" : nullptr;
+}
+
+void Complain(const std::string& cause) {
+  std::fprintf(stderr, "vantro: %s\n", vantro::app::Printable(cause).c_str());
+}
+
+}  // namespace
 
 // NOLINTNEXTLINE(bugprone-exception-escape): memory for the command line itself.
 int main(int argc, char** argv) {
   using namespace vantro::app;
   // A reader of our output that goes away is an error of the write, with a message.
   std::signal(SIGPIPE, SIG_IGN);
+  // So is a file that grows beyond the limit for files (ulimit -f).
+  std::signal(SIGXFSZ, SIG_IGN);
 
   CLI::App program("The person in the picture keeps their colours, everything else turns grey.",
                    "vantro");
@@ -27,16 +48,19 @@ int main(int argc, char** argv) {
     // The command that was named, if any, has the help that helps.
     std::string command = app->get_name();
     for (const CLI::App* named : app->get_subcommands()) command += " " + named->get_name();
-    return "vantro: " + std::string(error.what()) + "\nSee \"" + command + " --help\".\n";
+    return "vantro: " + Printable(error.what()) + "\nSee \"" + command + " --help\".\n";
   });
   std::function<int()> chosen;
   AddVideoCommand(program, chosen);
   AddPhotoCommand(program, chosen);
-  const auto is_named = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
-  if (argc < 2 || (argv[1][0] != '-' && program.get_subcommands(is_named).empty())) {
+  // What CLI11 calls subcommands.
+  program.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  for (CLI::App* command : program.get_subcommands({})) command->group("Commands");
+  const char* const wrong = argc < 2 ? "a command is missing" : WrongCommand(program, argv[1]);
+  if (wrong != nullptr) {
     const std::string named = argc < 2 ? "" : " \"" + std::string(argv[1]) + "\"";
-    std::fprintf(stderr, "vantro: %s%s; the commands are video and photo\nSee \"vantro --help\".\n",
-                 argc < 2 ? "a command is missing" : "there is no command", named.c_str());
+    Complain(wrong + named + "; the commands are video and photo");
+    std::fprintf(stderr, "See \"vantro --help\".\n");
     return kExitUsage;
   }
   try {
@@ -47,15 +71,15 @@ int main(int argc, char** argv) {
   try {
     return chosen();
   } catch (const UsageError& error) {
-    std::fprintf(stderr, "vantro: %s\n", error.what());
+    Complain(error.what());
     return kExitUsage;
   } catch (const Interrupted& interrupted) {
-    std::fprintf(stderr, "vantro: interrupted before the first frame; nothing was written\n");
+    Complain("interrupted before the first frame; nothing was written");
     return 128 + interrupted.signal;
   } catch (const std::bad_alloc&) {
-    std::fprintf(stderr, "vantro: not enough memory\n");
+    Complain("not enough memory");
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "vantro: %s\n", error.what());
+    Complain(error.what());
   }
   return kExitFailure;
 }

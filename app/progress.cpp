@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "app/printable.h"
+
 namespace vantro::app {
 namespace {
 
@@ -72,7 +74,7 @@ void Progress::Update(int64_t count, double share) {
 
 void Progress::Note(const std::string& text) {
   Erase();
-  std::fprintf(stderr, "vantro: %s\n", text.c_str());
+  std::fprintf(stderr, "vantro: %s\n", Printable(text).c_str());
 }
 
 void Progress::Close() { Erase(); }
