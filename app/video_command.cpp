@@ -15,6 +15,7 @@
 #include "app/library_log.h"
 #include "app/output_file.h"
 #include "app/photo/photo_file.h"
+#include "app/printable.h"
 #include "app/progress.h"
 #include "app/standard_output.h"
 #include "app/video_job.h"
@@ -59,7 +60,8 @@ void PrintSummary(const VideoOptions& options, const VideoJob& job) {
   const PhaseTimes& times = job.times();
   const double wait = tally.wait_ms / 1000;
   const auto frames = static_cast<double>(job.frames());
-  std::fprintf(stderr, "%s -> %s\n", options.input.c_str(), options.output.c_str());
+  std::fprintf(stderr, "%s -> %s\n", Printable(options.input).c_str(),
+               Printable(options.output).c_str());
   std::fprintf(stderr, "  frames               %8lld  (%dx%d)\n",
                static_cast<long long>(job.frames()), job.shape().width, job.shape().height);
   std::fprintf(stderr, "  frames with a subject%8lld\n",
@@ -97,15 +99,56 @@ void CheckReport(const VideoOptions& options) {
   CheckDifferent(options.input, options.report, "--report");
 }
 
-int RunVideo(const VideoOptions& options) {
-  const bool to_pipe = options.output == "-";
-  ContainerOf(options.output);  // an unknown ending is refused before anything is opened
+// What can be told before anything is opened.
+void CheckOptions(const VideoOptions& options) {
+  ContainerOf(options.output);
   CheckDifferent(options.input, options.output, "OUTPUT");
   CheckContactSheet(options.contact_sheet);
   if (!options.contact_sheet.empty()) {
     CheckDifferent(options.input, options.contact_sheet, "--contact-sheet");
   }
   if (!options.report.empty()) CheckReport(options);
+}
+
+// The files of a run; there is no video when it goes to a pipe.
+struct OutputFiles {
+  explicit OutputFiles(const VideoOptions& options) {
+    if (options.output != "-") video.emplace(options.output, options.overwrite);
+    if (!options.contact_sheet.empty()) sheet.emplace(options.contact_sheet, options.overwrite);
+    if (!options.report.empty()) report.emplace(options.report, options.overwrite);
+  }
+  std::optional<OutputFile> video;
+  std::optional<OutputFile> sheet;
+  std::optional<OutputFile> report;
+};
+
+// The sheet and the report, each also when the other fails. False when one failed, which is told.
+bool WriteSideFiles(const VideoOptions& options, const VideoJob& job, OutputFiles& files,
+                    Progress& progress) {
+  bool complete = true;
+  const auto attempt = [&](std::optional<OutputFile>& file, const auto& write) {
+    if (!file) return;
+    try {
+      write(file->working_path());
+      file->Commit();
+    } catch (const RunError& error) {
+      progress.Note(error.what());
+      complete = false;
+    }
+  };
+  attempt(files.sheet, [&](const std::string& path) {
+    job.contact_sheet()->Draw().SavePng(path, options.contact_sheet);
+  });
+  attempt(files.report, [&](const std::string& path) {
+    const std::string page =
+        job.report()->Page(options.input == "-" ? "standard input" : options.input);
+    WriteBytes({page.begin(), page.end()}, path, options.report);
+  });
+  return complete;
+}
+
+int RunVideo(const VideoOptions& options) {
+  CheckOptions(options);
   RouteFFmpegLog(options.verbose);
   StartLibraryLog(options.verbose);
 
@@ -117,37 +160,23 @@ int RunVideo(const VideoOptions& options) {
   if (options.format.code == VANTRO_FORMAT_NV12) {
     progress.Note("nv12 frames are not checked for flashes and sudden changes");
   }
-  std::optional<OutputFile> output;
-  std::optional<OutputFile> sheet;
-  std::optional<OutputFile> report;
-  std::string address = "pipe:" + std::to_string(standard_output.descriptor());
-  if (!to_pipe) {
-    output.emplace(options.output, options.overwrite);
-    address = "file:" + output->working_path();
-  }
-  if (!options.contact_sheet.empty()) sheet.emplace(options.contact_sheet, options.overwrite);
-  if (!options.report.empty()) report.emplace(options.report, options.overwrite);
+  OutputFiles files(options);
+  const std::string address = files.video ? "file:" + files.video->working_path()
+                                          : "pipe:" + std::to_string(standard_output.descriptor());
 
   VideoJob job(options, address, progress);
   job.Run();
   progress.Close();
   const int signal = InterruptWatch::Signal();
+  bool complete = true;
   if (job.frames() > 0) {
-    if (sheet) {
-      job.contact_sheet()->Draw().SavePng(sheet->working_path(), options.contact_sheet);
-      sheet->Commit();
-    }
-    if (report) {
-      const std::string page =
-          job.report()->Page(options.input == "-" ? "standard input" : options.input);
-      WriteBytes({page.begin(), page.end()}, report->working_path(), options.report);
-      report->Commit();
-    }
-    if (output) output->Commit();
+    // The video first: it is what took long, and must not be lost when another file fails.
+    if (files.video) files.video->Commit();
+    complete = WriteSideFiles(options, job, files, progress);
     ReportLibraryTroubles(options, progress);
     PrintSummary(options, job);
   }
-  if (signal == 0) return 0;
+  if (signal == 0) return complete ? 0 : kExitFailure;
   if (job.frames() == 0) throw Interrupted{signal};
   progress.Note("interrupted; the frames rendered so far were kept");
   return 128 + signal;
@@ -186,6 +215,7 @@ void AddVideoCommand(CLI::App& program, std::function<int()>& chosen) {
       ->add_option(
           "--report", options->report,
           "Also write a page that plots subject, flashes, motion and times over the frames")
+      ->check(NotEmpty())
       ->type_name("FILE.html");
   command
       ->add_option("--threads", options->threads,

@@ -1,6 +1,8 @@
 // What goes wrong ends with the right status, a message that names the culprit, and no file.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
 #include "tests/app/clip.h"
@@ -47,25 +49,29 @@ TEST_F(Failures, OfUsageForVideos) {
   const auto files = Files();
   ExpectFailure(Run({}), 2, {"a command is missing"}, files);
   ExpectFailure(Run({"paint", in_, out_}), 2, {"paint"}, files);
-  ExpectFailures(2, false,
-                 {{{}, "INPUT"},
-                  {{in_}, "OUTPUT"},
-                  {{in_, out_, "--frobnicate"}, "--frobnicate"},
-                  {{in_, out_, "--format", "rgb"}, "\"rgb\" is not nv21, nv12 or uyvy"},
-                  {{in_, out_, "--threads", "65"}, "--threads"},
-                  {{in_, out_, "--rect", "1,2,3"}, "--rect"},
-                  {{in_, out_, "--rect", "0,0,0,4"}, "--rect"},
-                  {{in_, out_, "--rect", "0,0,4,4x"}, "--rect"},
-                  {{in_, out_, "--rect", "0,0,99999999999,4"}, "--rect"},
-                  {{in_, out_, "--rect=-2,0,4,4"}, "--rect"},
-                  // Only the frames tell how large a rectangle may be.
-                  {{in_, out_, "--rect", "60,0,5,4"}, "64x48"},
-                  {{in_, out_, "--rect", "2147483647,0,2147483647,4"}, "--rect"},
-                  {{in_, Path("out.avi")}, ".avi"},
-                  {{in_, out_, "--contact-sheet", Path("sheet.jpg")}, "sheet.jpg"},
-                  {{in_, out_, "--report", Path("page.pdf")}, "page.pdf"},
-                  {{in_, in_, "--overwrite"}, "is the input itself"},
-                  {{in_, Path("./sub/../in.y4m"), "--overwrite"}, "is the input itself"}});
+  ExpectFailure(Run({"--frobnicate"}), 2, {"--frobnicate"}, files);
+  ExpectFailures(
+      2, false,
+      {{{}, "INPUT"},
+       {{in_}, "OUTPUT"},
+       {{in_, out_, "--frobnicate"}, "--frobnicate"},
+       {{in_, out_, "--format", "rgb"}, "\"rgb\" is not nv21, nv12 or uyvy"},
+       {{in_, out_, "--threads", "65"}, "--threads"},
+       {{in_, out_, "--rect", "1,2,3"}, "--rect"},
+       {{in_, out_, "--rect", "0,0,0,4"}, "--rect"},
+       {{in_, out_, "--rect", "0,0,4,4x"}, "--rect"},
+       {{in_, out_, "--rect", "0,0,99999999999,4"}, "--rect"},
+       {{in_, out_, "--rect=-2,0,4,4"}, "--rect"},
+       // Only the frames tell how large a rectangle may be.
+       {{in_, out_, "--rect", "60,0,5,4"}, "--rect 60,0,5,4: the rectangle does not fit"},
+       {{in_, out_, "--rect", "2147483647,0,2147483647,4"}, "--rect"},
+       {{in_, Path("out.avi")}, ".avi"},
+       {{in_, out_, "--contact-sheet", Path("sheet.jpg")}, "sheet.jpg"},
+       {{in_, out_, "--report", Path("page.pdf")}, "page.pdf"},
+       {{in_, out_, "--report", ""}, "--report: the name is empty"},
+       {{in_, out_, "--contact-sheet", ""}, "--contact-sheet: the name is empty"},
+       {{in_, in_, "--overwrite"}, "is the input itself"},
+       {{in_, Path("./sub/../in.y4m"), "--overwrite"}, "is the input itself"}});
 }
 
 TEST_F(Failures, OfUsageForPictures) {
@@ -102,6 +108,8 @@ TEST_F(Failures, OfFiles) {
   fs::create_directory(Path("folder.mp4"));
   ExpectFailures(1, false,
                  {{{Path("missing.mp4"), out_}, "missing.mp4"},
+                  // A terminal gets no control characters.
+                  {{Path("\x1B[1m\xC3\x84\xC2\x9B.mp4"), out_}, "/?[1m\xC3\x84?.mp4"},
                   {{Path("text.mp4"), out_}, "text.mp4"},
                   {{Path("empty.mp4"), out_}, "empty.mp4"},
                   {{Path("headonly.y4m"), out_}, "headonly.y4m"},
@@ -132,24 +140,54 @@ TEST_F(Failures, OfFullDisks) {
   }
   EXPECT_EQ(ReadFile(Path("kept.mp4")), "kept");
   EXPECT_EQ(ReadFile(Path("kept.png")), "kept");
+}
 
-  // A link to a file stays one, and the file it leads to is replaced.
+// The video, which took long, and the other files stay.
+TEST_F(Failures, OfAReportAlone) {
+  WriteFile(in_, RawVideo({6, PlanarFrame(64, 48, true, {90, 128, 128})}));
+  auto files = Files();
+  files.insert(files.end(), {"out.mp4", "sheet.png"});
+  std::ranges::sort(files);
+  const Arguments arguments = {
+      in_, out_, "--contact-sheet", Path("sheet.png"), "--report", Path("page.html")};
+  ExpectFailure(Video(arguments, "/dev/null", 16000), 1,
+                {"page.html: cannot be written", "  frames "}, files);
+  EXPECT_EQ(ReadClip(out_).video.size(), 6u);
+}
+
+// A link to a file stays one, also when the file is still to be made; a file that is replaced keeps
+// its permissions; a name may be as long as names can be.
+TEST_F(Failures, DoNotComeOfLinksOrLongNames) {
+  fs::permissions(Path("kept.mp4"), fs::perms::owner_read | fs::perms::owner_write);
   fs::create_symlink("kept.mp4", Path("link.mp4"));
+  fs::create_symlink("sub/new.mp4", Path("early.mp4"));
   ExpectSuccess(Video({in_, Path("link.mp4"), "--overwrite"}));
+  ExpectSuccess(Video({in_, Path("early.mp4")}));
   EXPECT_TRUE(fs::is_symlink(Path("link.mp4")));
-  EXPECT_EQ(ReadClip(Path("kept.mp4")).video.size(), 6u);
+  EXPECT_TRUE(fs::is_symlink(Path("early.mp4")));
+  EXPECT_EQ(fs::status(Path("kept.mp4")).permissions(),
+            fs::perms::owner_read | fs::perms::owner_write);
+  const std::string long_name = std::string(251, 'n') + ".mp4";
+  ExpectSuccess(Video({in_, Path(long_name)}));
+  for (const std::string& name : {std::string("kept.mp4"), std::string("sub/new.mp4"), long_name}) {
+    EXPECT_EQ(ReadClip(Path(name)).video.size(), 6u) << name;
+  }
 }
 
 // What could be read of a file that ends too early is rendered, and the user is told.
 TEST_F(Failures, OfIncompleteVideos) {
   WriteClip(Path("whole.mp4"), NoiseFrames(6, 64, 48), {0, 40, 80, 120, 160, 200},
             "-movflags +faststart");
-  const std::string whole = ReadFile(Path("whole.mp4"));
-  WriteFile(Path("cut.mp4"), whole.substr(0, whole.size() * 3 / 4));
-  const std::string said = ExpectSuccess(Video({Path("cut.mp4"), out_}));
-  EXPECT_NE(said.find("cut.mp4: seems incomplete, "), std::string::npos) << said;
-  const size_t frames = ReadClip(out_).video.size();
-  EXPECT_TRUE(frames > 1 && frames < 6) << frames;
+  const std::string copy = "ffmpeg -v error -i " + Path("whole.mp4") + " -c copy ";
+  ASSERT_EQ(std::system((copy + Path("whole.avi")).c_str()), 0);
+  for (const std::string ending : {".mp4", ".avi"}) {
+    const std::string whole = ReadFile(Path("whole" + ending));
+    WriteFile(Path("cut" + ending), whole.substr(0, whole.size() * 3 / 4));
+    const std::string said = ExpectSuccess(Video({Path("cut" + ending), out_, "--overwrite"}));
+    EXPECT_NE(said.find("cut" + ending + ": seems incomplete, "), std::string::npos) << said;
+    const size_t frames = ReadClip(out_).video.size();
+    EXPECT_TRUE(frames > 1 && frames < 6) << frames;
+  }
 }
 
 TEST_F(Failures, OfEngines) {
