@@ -15,18 +15,23 @@
 
 namespace {
 
-// What is wrong with the first argument, which is a command or an option of the program itself.
-// Null for nothing.
-const char* WrongCommand(const CLI::App& program, const std::string& first) {
-  if (first.starts_with('-')) {
-    return program.get_option_no_throw(first) == nullptr ? "there is no option" : nullptr;
-  }
-  const auto is_named = [&first](const CLI::App* command) { return command->check_name(first); };
-  return program.get_subcommands(is_named).empty() ? "there is no command" : nullptr;
-}
-
 void Complain(const std::string& cause) {
   std::fprintf(stderr, "vantro: %s\n", vantro::app::Printable(cause).c_str());
+}
+
+// Whether the first argument is a command or an option of the program itself; complains otherwise.
+bool CheckFirstArgument(const CLI::App& program, const std::string& first) {
+  const bool is_option = first.starts_with('-');
+  const auto is_named = [&first](const CLI::App* command) { return command->check_name(first); };
+  if (is_option ? program.get_option_no_throw(first) != nullptr
+                : !program.get_subcommands(is_named).empty()) {
+    return true;
+  }
+  const std::string kind = is_option ? "option" : "command";
+  Complain((first.empty() ? "a command is missing" : "there is no " + kind + " \"" + first + "\"") +
+           "; the commands are video and photo");
+  std::fprintf(stderr, "See \"vantro --help\".\n");
+  return false;
 }
 
 }  // namespace
@@ -56,13 +61,7 @@ int main(int argc, char** argv) {
   // What CLI11 calls subcommands.
   program.get_formatter()->label("SUBCOMMAND", "COMMAND");
   for (CLI::App* command : program.get_subcommands({})) command->group("Commands");
-  const char* const wrong = argc < 2 ? "a command is missing" : WrongCommand(program, argv[1]);
-  if (wrong != nullptr) {
-    const std::string named = argc < 2 ? "" : " \"" + std::string(argv[1]) + "\"";
-    Complain(wrong + named + "; the commands are video and photo");
-    std::fprintf(stderr, "See \"vantro --help\".\n");
-    return kExitUsage;
-  }
+  if (!CheckFirstArgument(program, argc < 2 ? "" : argv[1])) return kExitUsage;
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
