@@ -12,8 +12,7 @@ namespace vantro::engine {
 namespace {
 
 constexpr size_t kMaskBytes = static_cast<size_t>(kMaskSide) * kMaskSide;
-// Sides of the network's picture. A frame of the largest size is then reduced by at most 256, which
-// the sampler's sums hold.
+// Sides of the network's picture.
 constexpr size_t kSmallestInput = 128;
 constexpr size_t kLargestInput = 1024;
 constexpr float kMostSqueeze = 4.0f / 3;
@@ -57,6 +56,13 @@ Region AroundCrop(const CROP_BOX& crop, const FrameView& frame, const Network& n
           place(static_cast<float>(crop.crop_top) + crop_height / 2, height,
                 static_cast<float>(frame.height)),
           width, height};
+}
+
+// No region above has more pixels a sample than the frame would have, squeezed to the network's
+// picture.
+bool CanReduce(const FrameView& frame, const Network& network) {
+  return frame.width <= FrameSampler::kMostReduction * network.columns() &&
+         frame.height <= FrameSampler::kMostReduction * network.rows();
 }
 
 bool SameGeometry(const FrameView& a, const FrameView& b) {
@@ -106,6 +112,7 @@ void Engine::WriteNobody(const FrameView& frame, const Segmentation& result) con
 
 bool Engine::SegmentFrame(const FrameView& frame, const Segmentation& result) {
   may_refine_ = false;
+  if (!CanReduce(frame, *network_)) return false;
   if (!SameGeometry(frame, last_frame_)) ForgetVideo();
   const Region region = AroundFrame(frame, *network_);
   if (!RunNetwork(frame, region)) return false;

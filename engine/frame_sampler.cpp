@@ -10,9 +10,9 @@ namespace {
 
 using Span = FrameSampler::Span;
 
-constexpr int kMaxSide = 32767;
+constexpr int kMaxSide = 65536;  // float positions are then good to 1/128 of a pixel
 // Row sums have 16 bits: 8 of the pixels, 8 of the weights.
-constexpr float kWeightSum = 256.0f;
+constexpr float kWeightSum = FrameSampler::kMostReduction;
 
 // The pixels of a line of `limit` pixels under sample `index` of `count` that share the stretch
 // [origin, origin + extent). A sample is never narrower than a pixel: the mean over one pixel's

@@ -16,7 +16,7 @@ struct FrameView {
   int height = 0;
   int stride = 0;
 
-  // True if the sampler can read it: a known format, 2 to 32767 pixels each way.
+  // True if the sampler can read it: a known format, 2 to 65536 pixels each way.
   bool valid() const;
 };
 
@@ -38,8 +38,11 @@ class FrameSampler {
  public:
   FrameSampler(int rows, int columns) : rows_(rows), columns_(columns) {}
 
+  // The most pixels of a region that may fall to one sample, each way.
+  static constexpr int kMostReduction = 256;
+
   // Writes rows * columns * 3 floats in 0..1. The frame is valid(), the region is not empty and
-  // has at most 256 pixels a sample each way.
+  // has at most kMostReduction pixels a sample each way.
   // Allocates only when the frame's geometry or the region differ from the call before.
   void Sample(const FrameView& frame, const Region& region, float* rgb);
 

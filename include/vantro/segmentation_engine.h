@@ -53,7 +53,8 @@ VANTRO_API int32_t Plimra_Create(void** engine_out, const char* model_dir, void*
  * Segments one frame.
  *
  * frame        the picture, read only, laid out as yuv_format (VANTRO_FORMAT_*), width, height and
- *              stride say. Note that width stands before height.
+ *              stride say. Note that width stands before height. An engine may refuse frames that
+ *              are too large for it; the included one takes from 2 to 65536 pixels each way.
  * mask_out     receives width_out * height_out bytes without gaps, 1 = person, 0 = background,
  *              stretched over the crop box: sample (row, column) covers the part
  *              [column, column+1) / width_out by [row, row+1) / height_out of it.

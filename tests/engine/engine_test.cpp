@@ -126,7 +126,7 @@ TEST(Engine, RefusesBadArgumentsAndWritesNothing) {
   constexpr int kHigh = INT32_MAX;
   constexpr int kNoFrames[][4] = {
       {64, 64, 63, 0},       {64, 64, -64, 0},         {0, 64, 64, 0},        {64, -1, 64, 0},
-      {1, 64, 64, 0},        {64, 1, 64, 0},           {32768, 48, 32768, 0}, {64, 32768, 64, 0},
+      {1, 64, 64, 0},        {64, 1, 64, 0},           {65537, 48, 65537, 0}, {64, 65537, 64, 0},
       {kLow, kLow, kLow, 0}, {kHigh, kHigh, kHigh, 0}, {64, 64, 64, 1}};
   for (const auto& [width, height, stride, mode] : kNoFrames) {
     for (const int format : kFormats) {

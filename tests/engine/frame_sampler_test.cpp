@@ -115,5 +115,26 @@ TEST(FrameSampler, AveragesThePixelsUnderEachSample) {
   }
 }
 
+// The most rows under a sample that the sums hold, at the precision of the farthest positions.
+TEST(FrameSampler, ServesTheLargestFrames) {
+  FrameSampler sampler(256, 256);
+  for (const auto& [width, height] : {std::pair{65536, 2}, {2, 65536}}) {
+    const auto w = static_cast<float>(width);
+    const auto h = static_cast<float>(height);
+    const float side = std::max(w, h);
+    GuardedBuffer frame(FrameBytes(VANTRO_FORMAT_UYVY, height, width));
+    for (size_t i = 0; i < frame.size(); ++i) frame[i] = i % 2 == 0 ? 128 : 255;  // white
+    const FrameView view{frame.data(), VANTRO_FORMAT_UYVY, width, height, width};
+    ASSERT_TRUE(view.valid());
+    for (const Region& region : {Region{0, 0, w, h},
+                                 {(w - side) / 2, (h - side) / 2, side, side},
+                                 {w * 0.3f, h * 0.2f, w * 0.4f, h * 0.7f}}) {
+      std::vector<float> rgb(3 * 256 * 256);
+      sampler.Sample(view, region, rgb.data());
+      ASSERT_GT(*std::ranges::min_element(rgb), 0.99f) << width << "x" << height;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vantro::test
