@@ -51,6 +51,7 @@ uint8_t* EffectSession::Feed() {
     // rectangle. Fed twice, that frame is the second one too, and is rendered like the others.
     std::memcpy(input(), buffers_[newest_].get(), shape_.bytes());
     Process();
+    ForgetLibraryTally();  // of the frame that is counted the second time
   }
   return nullptr;
 }

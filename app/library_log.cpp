@@ -76,6 +76,10 @@ class LibraryLog {
     const std::lock_guard lock(mutex_);
     return show_;
   }
+  void ForgetTally() {
+    const std::lock_guard lock(mutex_);
+    tally_ = {};
+  }
   LibraryCall TakeCall() {
     const std::lock_guard lock(mutex_);
     return std::exchange(call_, {});
@@ -135,7 +139,9 @@ class LibraryLog {
       call_.frame_index = NumberAfter(line, "frameIdx:");
       if (call_.flag == 3) ++tally_.coloured_frames;
     } else if (line.starts_with("Plimra_process is error")) {
-      ++tally_.failed_segmentations;
+      ++new_failures_;
+    } else if (line.starts_with("MThread_Boot_begin")) {
+      tally_.failed_segmentations += std::exchange(new_failures_, 0);
     } else if (line.starts_with("flag is [")) {
       last_photo_flag = std::atoi(&line[line.find('[') + 1]);
     }
@@ -158,6 +164,7 @@ class LibraryLog {
   std::mutex mutex_;
   LibraryTally tally_;
   LibraryCall call_;
+  int64_t new_failures_ = 0;  // since a segmentation was started last
   std::vector<ErrorLine> errors_;
   bool show_ = false;
 };
@@ -165,6 +172,7 @@ class LibraryLog {
 }  // namespace
 
 LibraryTally ReadLibraryTally() { return LibraryLog::Get().tally(); }
+void ForgetLibraryTally() { LibraryLog::Get().ForgetTally(); }
 LibraryCall TakeLibraryCall() { return LibraryLog::Get().TakeCall(); }
 void ShowLibraryLog() { LibraryLog::Get().Show(); }
 std::vector<std::string> TakeLibraryErrors() { return LibraryLog::Get().TakeErrors(); }

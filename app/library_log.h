@@ -16,14 +16,15 @@
 
 namespace vantro::app {
 
-// Sums since the start of the program.
+// Sums since the start of the program, or since they were last forgotten.
 struct LibraryTally {
-  double wait_ms = 0;           // spent waiting for a segmentation that was not finished yet
-  int64_t subject_frames = 0;   // frames in which a subject was found
-  int64_t coloured_frames = 0;  // of these, the ones not greyed because of a flash or a cut
-  int64_t failed_segmentations = 0;
+  double wait_ms = 0;                // spent waiting for a segmentation that was not finished yet
+  int64_t subject_frames = 0;        // frames in which a subject was found
+  int64_t coloured_frames = 0;       // of these, the ones not greyed because of a flash or a cut
+  int64_t failed_segmentations = 0;  // not the one started last: its frame was fed already
 };
 LibraryTally ReadLibraryTally();
+void ForgetLibraryTally();
 
 // What the video handle said during its last call, about the frame that it rendered.
 struct LibraryCall {

@@ -190,6 +190,18 @@ TEST_F(Failures, OfIncompleteVideos) {
   }
 }
 
+// Frames larger than the included engine takes; each is told of once, although some are fed twice.
+TEST_F(Failures, OfSegmentations) {
+  if (VANTRO_HAS_ENGINE == 0) GTEST_SKIP() << "needs the included engine";
+  WriteFile(Path("wide.y4m"), RawVideo(NoiseFrames(3, 65538, 2)));
+  for (const char* rect : {"0,0,65538,2", "0,0,2,2"}) {
+    const Result result =
+        Run({"video", Path("wide.y4m"), Path("out.y4m"), "--rect", rect, "--overwrite"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.errors.find("failed on 3 frames"), std::string::npos) << result.errors;
+  }
+}
+
 TEST_F(Failures, OfEngines) {
   WriteFile(Path("text.so"), "not a library");
   fs::copy_file(VANTRO_SCRIPTED_ENGINE, Path("renamed.so"));

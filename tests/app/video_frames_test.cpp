@@ -156,6 +156,7 @@ TEST_F(VideoFrames, OutsideTheRectangleStayAsTheyAre) {
         changed += *rendered[4].luma.at(x, y) != *frames[4].luma.at(x, y);
       }
       EXPECT_GT(changed, 32 * 20 / 2);
+      EXPECT_TRUE(std::regex_search(said_, std::regex("with a subject +5\n"))) << said_;
     }
   }
 }
