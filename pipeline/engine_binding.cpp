@@ -55,7 +55,7 @@ bool BindEngine(VantroContext& cxt, MemPool* pool) {
   cxt.algoInterface->pool = pool;
 
   void* engine = nullptr;
-  if (cxt.LINK_SegPlimra_Create(&engine, kModelDir, cxt.algoInterface, &cxt.Seg_OUTPUT_W,
+  if (cxt.LINK_SegPlimra_Create(&engine, VANTRO_SEG_MODEL_DIR, cxt.algoInterface, &cxt.Seg_OUTPUT_W,
                                 &cxt.Seg_OUTPUT_H, family.engine.create_mode) != 0) {
     VANTRO_LOGE(kTagVideo, "error: race_detect_create error!\n");
     return false;

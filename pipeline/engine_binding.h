@@ -13,8 +13,6 @@ using SegCreate = decltype(&Plimra_Create);
 using SegProcess = decltype(&Plimra_Process);
 using SegDestroy = decltype(&Plimra_Destroy);
 
-inline constexpr char kModelDir[] = "/vendor/etc/camera/cnnmodel/imagesegmentation/";
-
 static_assert(sizeof(SegmentationInterface) == 56);
 
 // Arguments of one segmentation on the worker thread.

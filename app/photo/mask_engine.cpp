@@ -12,7 +12,6 @@ namespace vantro::app {
 namespace {
 
 constexpr char kEngine[] = "libPlimra.so";
-constexpr char kModelFolder[] = "/vendor/etc/camera/cnnmodel/imagesegmentation/";
 constexpr int32_t kBoxMode = 2;
 
 template <typename Function>
@@ -31,7 +30,7 @@ MaskEngine::MaskEngine() : pool_(HeapPool()) {
   Find(library_, "Plimra_Process", process_);
   Find(library_, "Plimra_Destroy", destroy_);
   const int32_t code =
-      create_(&engine_, kModelFolder, &interface_, &width_, &height_, VANTRO_SEG_PHOTO);
+      create_(&engine_, VANTRO_SEG_MODEL_DIR, &interface_, &width_, &height_, VANTRO_SEG_PHOTO);
   if (code != 0 || width_ < 1 || height_ < 1) {
     throw RunError("the engine for --mask-out cannot start (code " + std::to_string(code) + ")");
   }

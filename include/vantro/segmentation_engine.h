@@ -26,6 +26,9 @@ enum {
   VANTRO_SEG_PHOTO = 2 /* Create: an engine for photos; Process: a photo's second, refining pass */
 };
 
+/* The model_dir that Vantro hands to Plimra_Create, the place of such files on a telephone. */
+#define VANTRO_SEG_MODEL_DIR "/vendor/etc/camera/cnnmodel/imagesegmentation/"
+
 /* The record that an engine is created with: 56 bytes, kept by the caller until Destroy returned.
  */
 typedef struct SegmentationInterface {
