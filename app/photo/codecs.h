@@ -12,6 +12,11 @@ struct StoredPhoto {
   Orientation orientation;
 };
 
+// Of a file that is none.
+inline constexpr char kNoPicture[] =
+    "is not a JPEG, PNG, WebP, HEIC or AVIF picture; convert it first, or, if it is a video, use "
+    "\"vantro video\"";
+
 // All throw RunError with the cause. Notes tell what is left out.
 StoredPhoto ReadJpeg(const Bytes& file);
 StoredPhoto ReadPng(const Bytes& file, const NoteSink& note);

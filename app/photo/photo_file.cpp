@@ -49,7 +49,7 @@ StoredPhoto Decode(const Bytes& file, const NoteSink& note) {
   if (HasAt(file, 0, "\x89PNG\r\n\x1A\n")) return ReadPng(file, note);
   if (HasAt(file, 0, "RIFF") && HasAt(file, 8, "WEBP")) return ReadWebp(file);
   if (HasAt(file, 4, "ftyp")) return ReadHeif(file);
-  throw RunError("is not a JPEG, PNG, WebP, HEIC or AVIF picture; convert it first");
+  throw RunError(kNoPicture);
 }
 
 }  // namespace

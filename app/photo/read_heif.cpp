@@ -23,9 +23,10 @@ using ImagePtr = std::unique_ptr<heif_image, HeifDeleter>;
 void Check(const heif_error& error) {
   if (error.code == heif_error_Memory_allocation_error) throw std::bad_alloc();
   if (error.code == heif_error_Ok) return;
+  if (error.code == heif_error_Unsupported_filetype) throw RunError(kNoPicture);  // as films are
   std::string cause = error.message != nullptr ? error.message : "damaged";
   cause.erase(std::min(cause.find('\n'), cause.size()));
-  throw RunError("HEIC: " + cause);
+  throw RunError("HEIC/AVIF: " + cause);
 }
 
 Bytes ReadProfile(const heif_image_handle* handle) {
@@ -82,7 +83,7 @@ StoredPhoto ReadHeif(const Bytes& file) {
   int pitch = 0;
   const uint8_t* const rows =
       heif_image_get_plane_readonly(decoded, heif_channel_interleaved, &pitch);
-  if (rows == nullptr) throw RunError("HEIC: has no samples");
+  if (rows == nullptr) throw RunError("HEIC/AVIF: has no samples");
   for (int y = 0; y < height; ++y) {
     StorePixels(rows + static_cast<ptrdiff_t>(y) * pitch, channels, y, photo.raster);
   }

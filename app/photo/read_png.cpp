@@ -9,6 +9,8 @@
 namespace vantro::app {
 namespace {
 
+constexpr png_byte kAnimation[] = "acTL";
+
 struct Source {
   const Bytes& file;
   size_t at = 0;
@@ -33,6 +35,7 @@ class PngDecoder {
       throw std::bad_alloc();
     }
     png_set_read_fn(png_, &source_, &Take);
+    png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_ALWAYS, kAnimation, 1);
   }
   ~PngDecoder() { png_destroy_read_struct(&png_, &info_, nullptr); }
   PngDecoder(const PngDecoder&) = delete;
@@ -40,6 +43,7 @@ class PngDecoder {
 
   Photo Read(const NoteSink& note) {
     RunPng(errors_, [&] { png_read_info(png_, info_); });
+    RefuseAnimation();
     CheckPictureSize(png_get_image_width(png_, info_), png_get_image_height(png_, info_));
     if (png_get_bit_depth(png_, info_) == 16) note("16 bits a sample are reduced to 8");
     RunPng(errors_, [&] { PrepareEightBit(); });
@@ -67,6 +71,17 @@ class PngDecoder {
   }
 
  private:
+  // PNG, third edition, 11.3.6.1: the animation control chunk begins with the number of frames.
+  void RefuseAnimation() {
+    png_unknown_chunkp chunks = nullptr;
+    const int count = png_get_unknown_chunks(png_, info_, &chunks);
+    for (int i = 0; i < count; ++i) {
+      if (chunks[i].size >= 4 && png_get_uint_32(chunks[i].data) > 1) {
+        throw RunError("is an animation, not a still picture");
+      }
+    }
+  }
+
   void PrepareEightBit() {
     png_set_expand(png_);  // palettes, 1 to 4 bits, one transparent colour
     png_set_scale_16(png_);

@@ -29,19 +29,30 @@ TEST_F(PhotoBatch, RendersTheGoodOnesAmongTheBad) {
   WriteFile(Path("empty.webp"), "");
   WriteTestJpeg(Path("ink.jpg"), NoisePicture(40, 40, 1, 4));
   create_directory(Path("folder.png"));
-  const std::vector<std::string> bad = {"cut.jpg", "cut.png",    "text.jpg",   "empty.webp",
-                                        "ink.jpg", "folder.png", "missing.jpg"};
+  const std::string_view two_frames(
+      "\0\0\0\x8"
+      "acTL\0\0\0\2\0\0\0\0\xF3\x8D\x93\x70",
+      20);
+  constexpr size_t kHead = 33;  // signature and IHDR
+  WriteFile(Path("moving.png"), ReadFile(inputs[0]).insert(kHead, two_frames));
+  WriteFile(Path("film.jpg"), {"\0\0\0\x18"
+                               "ftypisom\0\0\2\0isomiso2",
+                               24});
+  const std::vector<std::string> bad = {"cut.jpg",     "cut.png",    "text.jpg",
+                                        "empty.webp",  "ink.jpg",    "folder.png",
+                                        "missing.jpg", "moving.png", "film.jpg"};
   for (const std::string& name : bad) inputs.insert(inputs.begin() + 3, Path(name));
 
   auto files = Files();
   files.push_back("out");
   std::ranges::sort(files);
   inputs.insert(inputs.end(), {Path("out/"), "--jobs", "4"});
-  ExpectFailure(Photo(inputs), 1,
-                {"15 pictures", "cut.jpg: damaged", "cut.png: ", "text.jpg: is not a JPEG",
-                 "empty.webp: the file is empty", "ink.jpg: is a CMYK", "folder.png: is a folder",
-                 "missing.jpg: no such file"},
-                files);
+  ExpectFailure(
+      Photo(inputs), 1,
+      {"17 pictures", "cut.jpg: damaged", "cut.png: ", "text.jpg: is not a JPEG",
+       "empty.webp: the file is empty", "ink.jpg: is a CMYK", "folder.png: is a folder",
+       "missing.jpg: no such file", "moving.png: is an animation", "film.jpg: is not a JPEG"},
+      files);
   ASSERT_EQ(Files("out").size(), 8u);
   for (const std::string& name : Files("out")) {
     Rendered(name, "alone.png");
