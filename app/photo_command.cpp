@@ -102,16 +102,25 @@ void PrintSummary(const std::vector<PhotoTask>& tasks, const std::vector<PhotoRe
   }
 }
 
+// One sign for each of the name's UTF-8 characters, as the sheet's letters are capitals.
+std::string CaptionOf(const std::string& name) {
+  std::string caption;
+  for (const char letter : name) {
+    const auto byte = static_cast<unsigned char>(letter);
+    const bool continues = (byte & 0xC0) == 0x80;
+    if (!continues) caption += byte < 0x80 ? static_cast<char>(std::toupper(byte)) : '?';
+  }
+  return caption;
+}
+
 // Without any picture that was rendered, there is no sheet.
 void WriteSheet(const std::vector<PhotoTask>& tasks, const std::vector<PhotoResult>& results,
                 const std::string& path, OutputFile& file) {
   std::vector<SheetColumn> columns;
   for (size_t i = 0; i < tasks.size(); ++i) {
     if (!tasks[i].on_sheet || results[i].state != PhotoResult::State::kDone) continue;
-    std::string name = std::filesystem::path(tasks[i].input).stem().string();
-    std::ranges::transform(name, name.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    columns.push_back({name, results[i].before, results[i].after});
+    const std::string name = std::filesystem::path(tasks[i].input).stem().string();
+    columns.push_back({CaptionOf(name), results[i].before, results[i].after});
   }
   if (columns.empty()) return;
   DrawSheet(columns).SavePng(file.working_path(), path);

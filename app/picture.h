@@ -26,8 +26,8 @@ class Picture {
 
   // Both leave out what lies outside the picture.
   void Paste(const Picture& other, int left, int top);
-  // Capital letters, digits, blank, and : . - _; others stay blank. `scale` enlarges the 5 by 7
-  // glyphs.
+  // Capital letters, digits, blank, and : . - _ ( ) ?; others become question marks. `scale`
+  // enlarges the 5 by 7 glyphs.
   void Write(std::string_view text, int left, int top, int scale, Colour colour);
   static int TextWidth(std::string_view text, int scale);
   static int TextHeight(int scale);

@@ -92,8 +92,8 @@ TEST_F(PhotoBatch, DrawsAContactSheet) {
   for (size_t i = 0; i < red.samples.size(); ++i) red.samples[i] = i % 3 == 0 ? 200 : 60;
   WriteTestPng(Path("a.png"), red);
   WriteFile(Path("b.png"), "broken");
-  WriteTestJpeg(Path("c.jpg"), red);
-  const Result result = Photo({Path("a.png"), Path("b.png"), Path("c.jpg"), Path("out"),
+  WriteTestJpeg(Path("\u00E9.jpg"), red);
+  const Result result = Photo({Path("a.png"), Path("b.png"), Path("\u00E9.jpg"), Path("out"),
                                "--contact-sheet", Path("sheet.png"), "--compare"});
   EXPECT_EQ(result.status, 1);
   const Picture sheet = ReadPhoto(Path("sheet.png"));
@@ -107,6 +107,9 @@ TEST_F(PhotoBatch, DrawsAContactSheet) {
     EXPECT_EQ(after[0], after[1]);
     EXPECT_GT(after[0], 60);
   }
+  // The last caption is a question mark, and one only.
+  EXPECT_GT(*sheet.at(sheet.width - 328 + 4, 8), 200);
+  EXPECT_LT(*sheet.at(sheet.width - 328 + 4 + 12, 8), 60);
 }
 
 // Whatever a file holds, the program ends by itself, having rendered it or said why not.
