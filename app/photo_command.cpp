@@ -144,8 +144,8 @@ int RunPhotos(const PhotoOptions& options) {
 
   const Clock::time_point start = Clock::now();
   const std::vector<PhotoResult> results = RunPhotoBatch(plan.tasks, options.settings, progress);
-  if (sheet) WriteSheet(plan.tasks, results, options.paths.contact_sheet, *sheet);
   PrintSummary(plan.tasks, results, Seconds(Clock::now() - start));
+  if (sheet) WriteSheet(plan.tasks, results, options.paths.contact_sheet, *sheet);
   if (const int signal = InterruptWatch::Signal(); signal != 0) return 128 + signal;
   const bool all_done = std::ranges::all_of(
       results, [](const PhotoResult& r) { return r.state == PhotoResult::State::kDone; });

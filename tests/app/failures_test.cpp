@@ -140,6 +140,15 @@ TEST_F(Failures, OfFullDisks) {
   }
   EXPECT_EQ(ReadFile(Path("kept.mp4")), "kept");
   EXPECT_EQ(ReadFile(Path("kept.png")), "kept");
+
+  // The pictures are told of even when their sheet fails.
+  const std::vector<std::string> all = {Path("a.png"), Path("a.jpg"),     Path("out"),
+                                        "--overwrite", "--contact-sheet", Path("kept.png")};
+  EXPECT_EQ(Photo(all).status, 1);
+  const auto size = static_cast<int64_t>(fs::file_size(Path("kept.png")));
+  ExpectFailure(Photo(all, size - 1), 1,
+                {"rendered  ", "a.jpg: is not a JPEG", "kept.png: cannot be written"}, Files());
+  EXPECT_EQ(fs::file_size(Path("kept.png")), static_cast<uintmax_t>(size));
 }
 
 // The video, which took long, and the other files stay.
