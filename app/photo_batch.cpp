@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <optional>
+#include <stop_token>
 #include <thread>
 #include <utility>
 
@@ -31,6 +34,19 @@ auto Named(const std::string& file, const Work& work) {
     throw RunError(file + ": " + error.what());
   } catch (const std::bad_alloc&) {
     throw RunError(file + ": not enough memory");
+  }
+}
+
+// Tells the user, until it is stopped, why the program goes on after an interrupt.
+void AnnounceInterrupt(const std::stop_token& stop, const NoteSink& note) {
+  constexpr auto kPeriod = std::chrono::milliseconds(100);
+  std::mutex mutex;
+  std::condition_variable_any stopped;
+  std::unique_lock lock(mutex);
+  while (!stopped.wait_for(lock, stop, kPeriod, [&] { return stop.stop_requested(); })) {
+    if (InterruptWatch::Signal() == 0) continue;
+    note("finishing the pictures in work; interrupt again to stop at once");
+    return;
   }
 }
 
@@ -121,6 +137,8 @@ std::vector<PhotoResult> RunPhotoBatch(const std::vector<PhotoTask>& tasks,
     }
   };
   {
+    const std::jthread announcer(
+        [&note](const std::stop_token& stop) { AnnounceInterrupt(stop, note); });
     std::vector<std::jthread> threads;
     for (size_t i = 1; i < count; ++i) threads.emplace_back(work, std::ref(*workers[i]));
     work(*workers[0]);
