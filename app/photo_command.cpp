@@ -25,6 +25,7 @@ namespace vantro::app {
 namespace {
 
 constexpr int kMostJobs = 64;
+constexpr int kMostNames = 1 << 28;  // more than a command line holds
 
 constexpr char kExamples[] = R"(Examples:
   vantro photo portrait.jpg grey.jpg
@@ -47,8 +48,7 @@ struct PhotoOptions {
   bool verbose = false;
 };
 
-// CLI11 takes a list of any length only as the last positional argument, so inputs and output are
-// one list to it; the user sees two.
+// Inputs and output are one list to CLI11; the user sees two.
 class PhotoHelp : public CLI::Formatter {
  public:
   std::string make_usage(const CLI::App*, std::string) const override {
@@ -152,6 +152,20 @@ int RunPhotos(const PhotoOptions& options) {
   return all_done ? 0 : kExitFailure;
 }
 
+// All names, as they stand on the command line. CLI11 takes a name in square brackets apart, as a
+// list of values, where it is told to take any number of them; this many must do.
+void AddNames(CLI::App& command, std::vector<std::string>& names) {
+  const auto take = [&names](const CLI::results_t& given) {
+    names = given;
+    return true;
+  };
+  command.add_option("INPUT/OUTPUT", take)
+      ->expected(kMostNames)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(NotEmpty())
+      ->type_name("");
+}
+
 }  // namespace
 
 void AddPhotoCommand(CLI::App& program, std::function<int()>& chosen) {
@@ -160,7 +174,7 @@ void AddPhotoCommand(CLI::App& program, std::function<int()>& chosen) {
   const auto options = std::make_shared<PhotoOptions>();
   options->settings.jobs =
       std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostJobs);
-  command->add_option("FILE", options->paths.inputs)->check(NotEmpty())->type_name("");
+  AddNames(*command, options->paths.inputs);
   command->formatter(std::make_shared<PhotoHelp>());
   AddFormatOption(*command, options->settings.format);
   AddEngineOption(*command, options->engine);

@@ -115,6 +115,10 @@ void MakeFolders(const std::vector<std::string>& folders) {
     std::error_code error;
     if (fs::is_directory(folder, error)) continue;
     fs::create_directory(folder, error);
+    if (error == std::errc::no_such_file_or_directory) {
+      throw RunError(folder +
+                     ": cannot be made: the folder around it does not exist; make it first");
+    }
     if (error) throw RunError(folder + ": cannot be made: " + error.message());
   }
 }

@@ -121,7 +121,12 @@ TEST_F(Failures, OfFiles) {
                   {{in_, "/dev/null", "--overwrite"}, "/dev/null"},
                   {{in_, out_, "--contact-sheet", Path("no/s.png")}, "no/s.png"},
                   {{in_, out_, "--report", Path("kept.html")}, "kept.html"}});
-  ExpectFailures(1, true, {{{Path("a.png"), Path("no/out.png")}, "folder"}});
+  // Names are taken as they stand.
+  ExpectFailures(1, true,
+                 {{{Path("a.png"), Path("no/out.png")}, "folder"},
+                  {{Path("a.png"), Path("b.png"), Path("no/out")}, "make it first"},
+                  {{"[absent,file]", Path("out.png")}, "[absent,file]: no such file"},
+                  {{"--", "-absent.png", Path("out.png")}, "-absent.png: no such file"}});
 }
 
 // In the middle of the file, or at its end.
