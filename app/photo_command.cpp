@@ -18,6 +18,7 @@
 #include "app/output_file.h"
 #include "app/photo_batch.h"
 #include "app/photo_plan.h"
+#include "app/printable.h"
 #include "app/progress.h"
 #include "app/standard_output.h"
 
@@ -72,10 +73,11 @@ void PrintSummary(const std::vector<PhotoTask>& tasks, const std::vector<PhotoRe
   const auto done = count(State::kDone);
   if (tasks.size() == 1) {
     if (done == 1) {
-      std::fprintf(stderr, "%s -> %s%s\n", tasks[0].input.c_str(), tasks[0].output.c_str(),
+      std::fprintf(stderr, "%s -> %s%s\n", Printable(tasks[0].input).c_str(),
+                   Printable(tasks[0].output).c_str(),
                    results[0].person ? "" : "  (no person found: all grey)");
     } else if (count(State::kFailed) == 1) {
-      std::fprintf(stderr, "vantro: %s\n", results[0].cause.c_str());
+      std::fprintf(stderr, "vantro: %s\n", Printable(results[0].cause).c_str());
     }
     return;
   }
@@ -91,14 +93,15 @@ void PrintSummary(const std::vector<PhotoTask>& tasks, const std::vector<PhotoRe
     line("  without a person", without_person);
     for (size_t i = 0; i < tasks.size(); ++i) {
       if (results[i].state != State::kDone || results[i].person) continue;
-      std::fprintf(stderr, "    %s (all grey)\n", tasks[i].output.c_str());
+      std::fprintf(stderr, "    %s (all grey)\n", Printable(tasks[i].output).c_str());
     }
   }
   if (count(State::kNotDone) > 0) line("not begun", count(State::kNotDone));
   if (count(State::kFailed) == 0) return;
   line("failed", count(State::kFailed));
   for (const PhotoResult& result : results) {
-    if (result.state == State::kFailed) std::fprintf(stderr, "    %s\n", result.cause.c_str());
+    if (result.state != State::kFailed) continue;
+    std::fprintf(stderr, "    %s\n", Printable(result.cause).c_str());
   }
 }
 
@@ -182,6 +185,7 @@ void AddPhotoCommand(CLI::App& program, std::function<int()>& chosen) {
       ->add_option("--mask-out", options->paths.mask_out,
                    "Also write the mask that the engine found, as it found it; with several "
                    "pictures a folder for them")
+      ->check(NotEmpty())
       ->type_name("FILE.png");
   AddContactSheetOption(*command, options->paths.contact_sheet);
   command->add_flag("--compare", options->settings.compare,
