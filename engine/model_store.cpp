@@ -8,6 +8,7 @@
 #include <fstream>
 #include <vector>
 
+#include "engine/log.h"
 #include "engine/model_file.h"
 #include "vantro/segmentation_engine.h"
 
@@ -20,11 +21,16 @@ namespace fs = std::filesystem;
 // with half as many samples, and its masks of the sample pictures cut to 16:9 were the worse ones.
 constexpr const char* kFileName = "selfie_segmentation.tflite";
 
-std::vector<fs::path> Folders(const char* model_dir) {
+// The folder that the user names; empty without one.
+fs::path ChosenFolder() {
+  const char* chosen = std::getenv("VANTRO_MODEL_DIR");
+  return chosen == nullptr ? "" : chosen;
+}
+
+std::vector<fs::path> Folders(const char* model_dir, const fs::path& chosen) {
   std::vector<fs::path> folders;
   if (model_dir != nullptr && *model_dir != '\0') folders.emplace_back(model_dir);
-  const char* chosen = std::getenv("VANTRO_MODEL_DIR");
-  if (chosen != nullptr && *chosen != '\0') folders.emplace_back(chosen);
+  if (!chosen.empty()) folders.push_back(chosen);
   Dl_info info;
   if (dladdr(reinterpret_cast<const void*>(&Plimra_Create), &info) != 0 &&
       info.dli_fname != nullptr) {
@@ -55,18 +61,26 @@ std::optional<ModelGraph> ReadFile(const fs::path& path, std::string* problem) {
 std::optional<ModelGraph> LoadModel(const char* model_dir, std::string* error) {
   *error = std::string("no usable ") + kFileName;
   const char* separator = ": ";
-  for (const fs::path& folder : Folders(model_dir)) {
+  const fs::path chosen = ChosenFolder();
+  bool chosen_has_none = false;
+  for (const fs::path& folder : Folders(model_dir, chosen)) {
     const fs::path path = folder / kFileName;
     std::error_code unknown;
     error->append(separator).append("[").append(folder.string()).append("] ");
     separator = "; ";
     if (!fs::is_regular_file(path, unknown)) {
       *error += "has none";
+      chosen_has_none |= folder == chosen;
       continue;
     }
     std::string problem;
     std::optional<ModelGraph> graph = ReadFile(path, &problem);
-    if (!graph) *error += "has a damaged one (" + problem + ")";
+    if (!graph) {
+      *error += "has a damaged one (" + problem + ")";
+    } else if (chosen_has_none) {
+      LogError("VANTRO_MODEL_DIR: [" + chosen.string() + "] has no " + kFileName +
+               "; taking the one in [" + folder.string() + "]");
+    }
     return graph;
   }
   return std::nullopt;
