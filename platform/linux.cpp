@@ -11,8 +11,8 @@ namespace {
 
 constexpr int kSilent = ANDROID_LOG_ERROR + 1;
 
-// VANTRO_LOG names the lowest level shown. Read on every line: lines are rare at the default
-// level, and a host may change its environment while the library is loaded.
+// VANTRO_LOG names the lowest level shown. Read on every line, shown or not: a host may change its
+// environment while the library is loaded, and a frame's fifty-odd lines cost little beside it.
 int LowestLevelShown() {
   static constexpr struct {
     const char* name;

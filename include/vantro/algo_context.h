@@ -1,4 +1,4 @@
-// The algorithm context: the first argument of every exported stage.
+// The algorithm context: the first argument of every exported stage. For C++17 and later only.
 #ifndef VANTRO_ALGO_CONTEXT_H_
 #define VANTRO_ALGO_CONTEXT_H_
 

@@ -67,6 +67,12 @@ VANTRO_API int strcpy_error(char* strDest, size_t destMax, const char* strSrc);
 /*
  * Appends strSrc to the string in strDest; destMax is the capacity of the whole destination.
  * Results 0, 22, 34, 150, 162, 182; on every refusal but 22 and 34 strDest is an empty string.
+ *
+ * 182 comes as soon as the search for the end of strDest reaches strSrc[0], or the bytes appended
+ * would overwrite it, or the bytes read from strSrc reach strDest[0]: not only where a byte already
+ * written would be read, and even where the joined string would run out of capacity later. A string
+ * joined to itself, an empty one too, is therefore 182. If the capacity is used up first, or at the
+ * same byte, the result is 150 in the search and 162 in the copy.
  */
 VANTRO_API int strcat_s(char* strDest, size_t destMax, const char* strSrc);
 

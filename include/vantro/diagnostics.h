@@ -1,5 +1,5 @@
 // Image dumps and guarded file routines. The dump writers print their messages to standard output,
-// the file routines with a C path log theirs under "VANTRO".
+// the file routines with a C path log theirs under "VANTRO". For C++ only.
 #ifndef VANTRO_DIAGNOSTICS_H_
 #define VANTRO_DIAGNOSTICS_H_
 

@@ -1,4 +1,4 @@
-// Image primitives: pixel-format conversion, resizers, rotation, guided filters.
+// Image primitives: pixel-format conversion, resizers, rotation, guided filters. For C++ only.
 //
 // Buffers belong to the caller. Sizes are in pixels. Unless an operation says otherwise a stride
 // counts bytes of a plane of bytes and elements of a plane of floats, and destination rows are
@@ -149,7 +149,8 @@ VANTRO_API void ResizeUchar_upScale2x2(const unsigned char* src, unsigned char* 
                                        int srcH, int dstW, int dstH);
 
 // Bilinear resize of packed floats, positions and weights in double precision, the sum rounded to
-// single precision after each term. Neighbours are limited to the image. Returns src.
+// single precision after each term. Neighbours are limited to the image. The bits of a NaN result
+// are left open. Returns src.
 VANTRO_API const float* Resize_secure(const float* src, float* dst, int srcW, int srcH, int dstW,
                                       int dstH);
 
@@ -162,8 +163,9 @@ VANTRO_API void upscale4X(const unsigned char* src, unsigned char* dst, int srcW
                           int srcStride, int dstW, int dstH);
 
 // Bilinear resize of a plane in double precision, truncated once. The factor srcW/dstW serves both
-// axes; positions and neighbours are limited to the plane. dstW == 4*srcW is upscale4X. Bad
-// arguments are logged (ERROR).
+// axes; positions and neighbours are limited to the plane. dstW == 4*srcW is upscale4X. A null
+// plane and a size or stride below 1 are logged (ERROR); a stride from 1 to srcW-1 is refused
+// without a line.
 VANTRO_API void resize(const unsigned char* src, unsigned char* dst, int srcW, int srcH,
                        int srcStride, int dstW, int dstH);
 
@@ -257,7 +259,8 @@ VANTRO_API int guide_filter_acc(const unsigned char* guide, const unsigned char*
 // The filter behind it, on signed input and output, with eps = epsQ / 2^shift. Coefficients have 10
 // fraction bits and are limited to -2048..2047. Returns 0; 2000 for bad arguments (the radius may
 // be half the width or height at most, and 10 at most) or no memory for the reduced planes; 2008
-// for a later failure.
+// for a later failure, and where the width or the height is odd and one of them is above 65536: odd
+// sizes are reduced by a table of 16-bit indices.
 VANTRO_API int guided_filter_fast_detail_optm2(const unsigned char* guide, const signed char* input,
                                                int width, int height, unsigned char radius,
                                                int epsQ, signed char shift, signed char* output,

@@ -1,5 +1,5 @@
 // Mask analysis: connected regions of a mask, removal of small regions, and the check whether a
-// mask holds a subject worth keeping in colour.
+// mask holds a subject worth keeping in colour. For C++ only.
 //
 // A mask is one unsigned byte a pixel, `height` rows of `width` bytes without gaps, and belongs to
 // the caller. 1 marks the subject and 0 the background once GetROI has normalised it. Every

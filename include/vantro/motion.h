@@ -1,6 +1,6 @@
 // Scene-change detection: the flash and motion stage of a video handle, and what it is made of: a
 // dense optical flow between two small grey images, an integer Gaussian blur, and small dense
-// matrices.
+// matrices. For C++ only.
 //
 // Everything here runs in the calling thread and keeps no state between calls but what a caller
 // hands in; calls on different data may run in parallel. Images belong to the caller. Scratch
@@ -18,8 +18,7 @@
 
 struct MThreadPool;
 
-// ---- Flash and motion flags
-// ----------------------------------------------------------------------
+// ---- Flash and motion flags ---------------------------------------------------------------------
 
 // What the video pipeline tells the stage about one frame.
 struct OpticalFlow {
@@ -59,8 +58,7 @@ struct OpticalFlow {
 // below 1, a stride below the width).
 VANTRO_API int GetFlashFlag(void* algo_cxt, OpticalFlow record, int* flag);
 
-// ---- Dense optical flow
-// --------------------------------------------------------------------------
+// ---- Dense optical flow -------------------------------------------------------------------------
 //
 // Two-frame motion estimation by polynomial expansion, coarse to fine: G. Farnebäck, "Two-Frame
 // Motion Estimation Based on Polynomial Expansion", Scandinavian Conference on Image Analysis
@@ -157,8 +155,7 @@ VANTRO_API int CompareOpticalFlow(unsigned char* image1, unsigned char* image2,
                                   float global_threshold, int width, int height,
                                   float local_threshold, float x0, float y0, float x1, float y1);
 
-// ---- Gaussian blur
-// -------------------------------------------------------------------------------
+// ---- Gaussian blur ------------------------------------------------------------------------------
 
 // Separable Gaussian blur of a width x height plane of bytes with an odd kernel length of 3 to 13,
 // in integer arithmetic: weights of 1/256, each pass rounded to the nearest integer, halves up.
@@ -202,8 +199,7 @@ VANTRO_API int GaussianBlur13x13_u8(const unsigned char* src, unsigned char* dst
                                     int height, int src_stride, int dst_stride,
                                     const unsigned short* weights);
 
-// ---- Small dense matrices
-// ------------------------------------------------------------------------
+// ---- Small dense matrices -----------------------------------------------------------------------
 //
 // Row-major: element (r, c) of a matrix with C columns is at r * C + c.
 

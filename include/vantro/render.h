@@ -1,5 +1,5 @@
 // Colour-retention rendering: the luma contrast curve, the grey effect, compositing of the
-// subject's colour, and the resizers of masks and grey planes.
+// subject's colour, and the resizers of masks and grey planes. For C++ only.
 //
 // Frames are described by a Vantro_t (vantro.h) that is passed by value and belong to the caller.
 // What a record describes is `height` rows of `stride` pixels, and for the semi-planar formats

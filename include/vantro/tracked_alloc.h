@@ -1,4 +1,4 @@
-// Counted scratch memory, and the two allocation hooks that a host may set.
+// Counted scratch memory, and the two allocation hooks that a host may set. For C++ only.
 #ifndef VANTRO_TRACKED_ALLOC_H_
 #define VANTRO_TRACKED_ALLOC_H_
 

@@ -10,7 +10,8 @@
  * Calling order per handle: one Init, any number of Process calls, one Deinit of the same family.
  * A handle may be used by one thread at a time; different handles are independent of each other.
  * Functions report through their result code and through the log (tags "QZA_MVANTRO" and
- * "QZA_VANTRO_PHOTO"); no exception leaves the library.
+ * "QZA_VANTRO_PHOTO"); no exception leaves the library. Some lines are logged as errors although
+ * all is well, and some go to standard output: README.md, "Log and switches".
  */
 #ifndef VANTRO_VANTRO_H_
 #define VANTRO_VANTRO_H_
@@ -122,6 +123,11 @@ typedef struct VantroResult {
  * Returns 0; -1 for a null handle_kc or xml_name; -2001 for a missing pool or pool function, a crop
  * box or the worker thread that could not be had; -2000 for anything after that. A failed Init
  * leaves nothing allocated and no thread behind.
+ *
+ * The worker thread chooses where it runs, whatever the calling thread is bound to: it takes the
+ * CPUs 0 to 3 and the nice value 0. Where the system forbids either (a nice value of 0 to a process
+ * that was started with a higher one, a CPU set without any of the four), one ERROR line tells so
+ * and the worker goes on with what it inherited.
  */
 VANTRO_API int32_t Vantro_Init(void** handle_kc, const char* xml_name, MemPool* pool);
 
@@ -129,7 +135,13 @@ VANTRO_API int32_t Vantro_Init(void** handle_kc, const char* xml_name, MemPool* 
  * Feeds one frame. Segmentation of `yuv` starts on the worker thread; meanwhile the frame before it
  * is rendered into `last_yuv` with its own mask. The first frame of a sequence is segmented at once
  * and `last_yuv` comes back grey; the second call writes the rendered first frame into `last_yuv`.
- * The caller keeps `yuv` unchanged until the next call has returned.
+ * The caller keeps `yuv` unchanged until the next call has returned. The calling thread is renamed
+ * to "Vantro" on every call.
+ *
+ * A segmentation that fails is logged (INFO, "Plimra_process is error!") and is no failure of the
+ * call. Its frame is rendered in the crop box of the last success, with what its mask buffer, one
+ * of two used in turn, held: the mask of the frame two before it, or what the pool left in a block
+ * that no segmentation has written yet. Frames before the handle's first success come back grey.
  *
  * result  may be null; its fields are set to -1 from the second frame of a sequence on.
  *
