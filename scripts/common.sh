@@ -1,4 +1,5 @@
-# What the scripts of this folder share; sourced by them.
+# What the scripts of this folder share; sourced by them. The comment at a script's head is its help;
+# with -h or --help among its arguments a script prints it, and does nothing else.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,6 +10,32 @@ die() {
   printf '%s: %s\n' "$(basename "$0")" "$*" >&2
   exit 1
 }
+# Wrong usage. Arguments are judged before any work is done.
+refuse() {
+  printf '%s: %s\n' "$(basename "$0")" "$*; see --help" >&2
+  exit 2
+}
+# refuse_unknown KIND NAME VALID...: a name must be one of the valid ones.
+refuse_unknown() {
+  local kind=$1 name=$2 valid
+  shift 2
+  for valid in "$@"; do [ "$name" != "$valid" ] || return 0; done
+  refuse "no such $kind: $name (there are: $*)"
+}
+no_arguments() { [ $# -eq 0 ] || refuse "takes no arguments: $*"; }
+
+for argument in "$@"; do
+  case $argument in
+    -h | --help)
+      sed -n '1d; /^#/!q; s/^# \{0,1\}//p' "$0"
+      exit 0
+      ;;
+  esac
+done
+
+# The legs of scripts/test: those of "all", and builds that only a name asks for.
+all_legs=(release package levels style clang asan tsan arm64 fuzz)
+more_legs=(debug ubsan)
 
 # as_root COMMAND...: runs it with the rights that installing needs.
 as_root() {
