@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -153,7 +154,11 @@ uint8_t* AllocMask(const VantroContext& cxt, MemPool* pool, const char* name) {
   if (cxt.Seg_OUTPUT_W < 0 || cxt.Seg_OUTPUT_H < 0) return nullptr;
   const int64_t size = int64_t{cxt.Seg_OUTPUT_W} * cxt.Seg_OUTPUT_H;
   if (size > std::numeric_limits<int32_t>::max()) return nullptr;
-  return static_cast<uint8_t*>(pool->alloc(static_cast<uint32_t>(size), name, 0));
+  auto* mask = static_cast<uint8_t*>(pool->alloc(static_cast<uint32_t>(size), name, 0));
+  // An engine that fails leaves its mask as it is, and nobody is in the picture until one was
+  // found.
+  if (mask != nullptr) std::memset(mask, 0, static_cast<size_t>(size));
+  return mask;
 }
 
 void DestroyEngine(VantroContext& cxt, const char* timing_label, bool write_timing) {

@@ -99,7 +99,7 @@ VantroContext* OpenContext(const HandleFamily& family, MemPool* pool, int32_t* r
 // false after a failure; what was obtained stays in the context for UnwindContext.
 bool OpenAlgorithm(VantroContext& cxt, MemPool* pool);
 
-// A mask buffer of the engine's output size from the pool; null when there is none.
+// A zeroed mask buffer of the engine's output size from the pool; null when there is none.
 uint8_t* AllocMask(const VantroContext& cxt, MemPool* pool, const char* name);
 
 // Releases what a failed opening obtained after the crop boxes, newest first, then the boxes and

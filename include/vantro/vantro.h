@@ -140,8 +140,8 @@ VANTRO_API int32_t Vantro_Init(void** handle_kc, const char* xml_name, MemPool* 
  *
  * A segmentation that fails is logged (INFO, "Plimra_process is error!") and is no failure of the
  * call. Its frame is rendered in the crop box of the last success, with what its mask buffer, one
- * of two used in turn, held: the mask of the frame two before it, or what the pool left in a block
- * that no segmentation has written yet. Frames before the handle's first success come back grey.
+ * of two used in turn, held: the mask of the frame two before it, or nobody while no segmentation
+ * has written it yet.
  *
  * result  may be null; its fields are set to -1 from the second frame of a sequence on.
  *

@@ -166,8 +166,8 @@ class VideoModel {
   int index_ = 0;
   CROP_BOX box_ = {};
   CROP_BOX box_vantro_ = {};
-  std::vector<uint8_t> pending_ = std::vector<uint8_t>(kMaskW * kMaskH, 0xA5);
-  std::vector<uint8_t> finished_ = std::vector<uint8_t>(kMaskW * kMaskH, 0xA5);
+  std::vector<uint8_t> pending_ = std::vector<uint8_t>(kMaskW * kMaskH);
+  std::vector<uint8_t> finished_ = std::vector<uint8_t>(kMaskW * kMaskH);
   Rect_t pending_rect_ = {};
   Rect_t finished_rect_ = {};
   std::vector<uint8_t> first_;

@@ -50,7 +50,7 @@ class TrackingPool {
     if (self.allocations_++ == self.fail_at_) return nullptr;
     void* block = std::malloc(size == 0 ? 1 : size);
     if (block == nullptr) return nullptr;
-    std::memset(block, 0xA5, size);  // blocks are not assumed to be zeroed
+    std::memset(block, 1, size);  // blocks are not zeroed; the worst they can be is a subject
     self.live_[block] = {name, size};
     self.events.push_back(std::string("+").append(name).append(":").append(std::to_string(size)));
     return block;
