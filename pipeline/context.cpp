@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -60,11 +59,9 @@ int32_t ReadSwitch(const char* property) {
   return on ? 1 : 0;
 }
 
+// The engine may read a box before it has written it for the first time.
 CROP_BOX* AllocBox(MemPool* pool, const char* name) {
-  auto* box = static_cast<CROP_BOX*>(pool->alloc(sizeof(CROP_BOX), name, 0));
-  // The engine may read a box before it has written it for the first time.
-  if (box != nullptr) memset_s(box, sizeof(*box), 0, sizeof(*box));
-  return box;
+  return static_cast<CROP_BOX*>(AllocZeroed(pool, sizeof(CROP_BOX), name));
 }
 
 // Releases a buffer that the context owns, if it holds one.
@@ -150,15 +147,19 @@ bool OpenAlgorithm(VantroContext& cxt, MemPool* pool) {
   return cxt.algo_cxt != nullptr && BindEngine(cxt, pool);
 }
 
+void* AllocZeroed(MemPool* pool, uint32_t size, const char* name) {
+  void* const block = pool->alloc(size, name, 0);
+  if (block != nullptr) memset_s(block, size, 0, size);
+  return block;
+}
+
 uint8_t* AllocMask(const VantroContext& cxt, MemPool* pool, const char* name) {
   if (cxt.Seg_OUTPUT_W < 0 || cxt.Seg_OUTPUT_H < 0) return nullptr;
   const int64_t size = int64_t{cxt.Seg_OUTPUT_W} * cxt.Seg_OUTPUT_H;
   if (size > std::numeric_limits<int32_t>::max()) return nullptr;
-  auto* mask = static_cast<uint8_t*>(pool->alloc(static_cast<uint32_t>(size), name, 0));
   // An engine that fails leaves its mask as it is, and nobody is in the picture until one was
   // found.
-  if (mask != nullptr) std::memset(mask, 0, static_cast<size_t>(size));
-  return mask;
+  return static_cast<uint8_t*>(AllocZeroed(pool, static_cast<uint32_t>(size), name));
 }
 
 void DestroyEngine(VantroContext& cxt, const char* timing_label, bool write_timing) {

@@ -99,6 +99,9 @@ VantroContext* OpenContext(const HandleFamily& family, MemPool* pool, int32_t* r
 // false after a failure; what was obtained stays in the context for UnwindContext.
 bool OpenAlgorithm(VantroContext& cxt, MemPool* pool);
 
+// A zeroed block from the pool; null when there is none.
+void* AllocZeroed(MemPool* pool, uint32_t size, const char* name);
+
 // A zeroed mask buffer of the engine's output size from the pool; null when there is none.
 uint8_t* AllocMask(const VantroContext& cxt, MemPool* pool, const char* name);
 

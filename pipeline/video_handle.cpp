@@ -2,17 +2,13 @@
 #include "pipeline/algo_context.h"
 #include "pipeline/context.h"
 #include "support/log.h"
-#include "vantro/bounded.h"
 
 using namespace vantro;
 
 namespace {
 
 int32_t* AllocRing(MemPool* pool, const char* name) {
-  constexpr uint32_t kBytes = kRingSlots * sizeof(int32_t);
-  auto* ring = static_cast<int32_t*>(pool->alloc(kBytes, name, 0));
-  if (ring != nullptr) memset_s(ring, kBytes, 0, kBytes);
-  return ring;
+  return static_cast<int32_t*>(AllocZeroed(pool, kRingSlots * sizeof(int32_t), name));
 }
 
 // Everything after the worker pool. False after a failure, with its line written.
