@@ -108,7 +108,7 @@ bool InvertMoments(const float* g, ptrdiff_t reach, ExpansionKernel* kernel) {
 }  // namespace
 
 int ExpandImage(const float* src, float* dst, float* kernel_buffer, float* row_buffer, int width,
-                int height, int n, double sigma, bool byte_range) {
+                int height, int n, double sigma, bool from_bytes) {
   const ptrdiff_t reach = n;
   const ptrdiff_t length = 2 * reach + 1;
   const KernelLines lines = {kernel_buffer + reach, kernel_buffer + length + reach,
@@ -116,7 +116,7 @@ int ExpandImage(const float* src, float* dst, float* kernel_buffer, float* row_b
   ExpansionKernel kernel = {lines.g, lines.xg, lines.xxg, reach, 0, 0, 0, 0, false};
   if (n == kFixedReach && std::fabs(sigma - kFixedSigma) < static_cast<double>(kEpsilon)) {
     FillFixed(lines, &kernel);
-    kernel.byte_moments = byte_range;
+    kernel.byte_moments = from_bytes || HasByteRange(src, ptrdiff_t{width} * height);
   } else {
     FillWeights(lines, reach, sigma);
     if (!InvertMoments(lines.g, reach, &kernel)) return -1;
@@ -140,6 +140,5 @@ int opticalFKPolyExp(const float* src, float* dst, float* kernel_buffer, float* 
       width < 1 || height < 1 || n < 0) {
     return -1;
   }
-  return vantro::ExpandImage(src, dst, kernel_buffer, row_buffer, width, height, n, sigma,
-                             vantro::HasByteRange(src, ptrdiff_t{width} * height));
+  return vantro::ExpandImage(src, dst, kernel_buffer, row_buffer, width, height, n, sigma, false);
 }
