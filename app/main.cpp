@@ -15,10 +15,6 @@
 
 namespace {
 
-void Complain(const std::string& cause) {
-  std::fprintf(stderr, "vantro: %s\n", vantro::app::Printable(cause).c_str());
-}
-
 // Whether the first argument is a command or an option of the program itself; complains otherwise.
 bool CheckFirstArgument(const CLI::App& program, const std::string& first) {
   const bool is_option = first.starts_with('-');
@@ -28,8 +24,9 @@ bool CheckFirstArgument(const CLI::App& program, const std::string& first) {
     return true;
   }
   const std::string kind = is_option ? "option" : "command";
-  Complain((first.empty() ? "a command is missing" : "there is no " + kind + " \"" + first + "\"") +
-           "; the commands are video and photo");
+  vantro::app::PrintMessage(
+      (first.empty() ? "a command is missing" : "there is no " + kind + " \"" + first + "\"") +
+      "; the commands are video and photo");
   std::fprintf(stderr, "See \"vantro --help\".\n");
   return false;
 }
@@ -70,15 +67,15 @@ int main(int argc, char** argv) {
   try {
     return chosen();
   } catch (const UsageError& error) {
-    Complain(error.what());
+    PrintMessage(error.what());
     return kExitUsage;
   } catch (const Interrupted& interrupted) {
-    Complain("interrupted before the first frame; nothing was written");
+    PrintMessage("interrupted before the first frame; nothing was written");
     return 128 + interrupted.signal;
   } catch (const std::bad_alloc&) {
-    Complain("not enough memory");
+    PrintMessage("not enough memory");
   } catch (const std::exception& error) {
-    Complain(error.what());
+    PrintMessage(error.what());
   }
   return kExitFailure;
 }

@@ -77,7 +77,7 @@ void PrintSummary(const std::vector<PhotoTask>& tasks, const std::vector<PhotoRe
                    Printable(tasks[0].output).c_str(),
                    results[0].person ? "" : "  (no person found: all grey)");
     } else if (count(State::kFailed) == 1) {
-      std::fprintf(stderr, "vantro: %s\n", Printable(results[0].cause).c_str());
+      PrintMessage(results[0].cause);
     }
     return;
   }
@@ -105,13 +105,13 @@ void PrintSummary(const std::vector<PhotoTask>& tasks, const std::vector<PhotoRe
   }
 }
 
-// One sign for each of the name's UTF-8 characters, as the sheet's letters are capitals.
+// In capitals, which the sheet has letters for; of another UTF-8 character only its first byte.
 std::string CaptionOf(const std::string& name) {
   std::string caption;
   for (const char letter : name) {
     const auto byte = static_cast<unsigned char>(letter);
     const bool continues = (byte & 0xC0) == 0x80;
-    if (!continues) caption += byte < 0x80 ? static_cast<char>(std::toupper(byte)) : '?';
+    if (!continues) caption += static_cast<char>(std::toupper(byte));
   }
   return caption;
 }

@@ -1,5 +1,7 @@
 #include "app/printable.h"
 
+#include <cstdio>
+
 namespace vantro::app {
 
 std::string Printable(std::string text) {
@@ -11,6 +13,10 @@ std::string Printable(std::string text) {
     if (byte == 0xC2 && next >= 0x80 && next < 0xA0) text.replace(i, 2, "?");
   }
   return text;
+}
+
+void PrintMessage(const std::string& text) {
+  std::fprintf(stderr, "vantro: %s\n", Printable(text).c_str());
 }
 
 }  // namespace vantro::app

@@ -10,6 +10,9 @@ namespace vantro::app {
 // terminal would obey them.
 std::string Printable(std::string text);
 
+// A line of the program's own on standard error.
+void PrintMessage(const std::string& text);
+
 }  // namespace vantro::app
 
 #endif  // VANTRO_APP_PRINTABLE_H_

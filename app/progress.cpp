@@ -67,14 +67,14 @@ void Progress::Update(int64_t count, double share) {
     std::fprintf(stderr, "%s", line.c_str());
     bar_shown_ = true;
   } else {
-    std::fprintf(stderr, "vantro: %s\n", line.c_str());
+    PrintMessage(line);
   }
   std::fflush(stderr);
 }
 
 void Progress::Note(const std::string& text) {
   Erase();
-  std::fprintf(stderr, "vantro: %s\n", Printable(text).c_str());
+  PrintMessage(text);
 }
 
 void Progress::Close() { Erase(); }
